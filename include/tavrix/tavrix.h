@@ -1,0 +1,15 @@
+#ifndef TAVRIX_TAVRIX_H
+#define TAVRIX_TAVRIX_H
+
+/* Tavrix: demosaicing, automatic colour balance and lossless compression
+   for the raw frames of single-sensor colour cameras. */
+#include "tavrix/bayer_converter.h"
+#include "tavrix/color_balance.h"
+#include "tavrix/color_matrix.h"
+#include "tavrix/image_compress.h"
+
+#define TAVRIX_VERSION_MAJOR 0
+#define TAVRIX_VERSION_MINOR 1
+#define TAVRIX_VERSION_PATCH 0
+
+#endif
