@@ -155,10 +155,16 @@ private:
 
   void RebuildLUT();
   void ProcessThreshold(int bits);
+  // Stores the depth settings and rebuilds the tables if any of them differs.
+  void RefreshTables(int bitDepth, int outputShift, unsigned short format);
 
   template <class Record, class Sample>
   void Convert(Record *output, const ISize &outSize, const Sample *input, const ISize &inSize,
-               unsigned short format, bool hasMatrixStep, CColorMatrix &matrix);
+               unsigned short format, CColorMatrix &matrix);
+  template <class Record, class Sample>
+  void RunLineKernel(int rowKind, Record *output, const ISize &outSize, const Sample *input,
+                     const ISize &inSize, unsigned int startRow, unsigned short format,
+                     bool corrected);
 
   // Fast line pass: one kernel per row kind, five variants each.
 #define TAVRIX_LINE_KERNEL(Name)                                                              \
