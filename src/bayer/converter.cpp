@@ -112,8 +112,8 @@ void CBayerConverter::RebuildLUT() {
 }
 
 void CBayerConverter::ProcessThreshold(int bits) {
-  const double top = double((std::int64_t(1) << bits) - 1);
-  for (int k = 0; k < 5; ++k) m_scaledThresholds[k] = int(m_thresholds[k] * top / 255.0);
+  for (int k = 0; k < 5; ++k)
+    m_scaledThresholds[k] = tavrix::detail::ScaledThreshold(m_thresholds[k], bits);
 }
 
 namespace {

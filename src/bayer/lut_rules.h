@@ -35,6 +35,11 @@ inline unsigned short ByteRule(int balance, int index) {
   return static_cast<unsigned short>(v >= 256 ? 255 : (v < 0 ? 0 : v));
 }
 
+// A threshold on the 8-bit scale brought to `bits` significant bits, truncated.
+inline int ScaledThreshold(int threshold, int bits) {
+  return int(threshold * double((std::int64_t(1) << bits) - 1) / 255.0);
+}
+
 }  // namespace tavrix::detail
 
 #endif
