@@ -86,7 +86,8 @@ struct CorrectedStore<CBayerConverter::RGBTRIPLE16> : CorrectedStoreBase {
 template <RowKind kKind, class Record, class Sample>
 void CorrectedLines(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
                     unsigned startRow, const Luts &lut, const LineContext &context) {
-  CorrectedStore<Record> put(context);
+  CorrectedStore<Record> store(context);  // records the last pixel when it goes
+  auto put = [&store](Record &px, TableValues v) { store(px, v); };
   WalkLines<kKind, CorrectedStore<Record>::kColumns>(out, outSize, in, inSize, startRow,
                                                       context.sampleFactor, lut, put);
 }

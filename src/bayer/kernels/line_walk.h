@@ -68,7 +68,7 @@ struct RowLayout {
 
 // Site formulas for the pixel at column x of a row (top) and the row below it.
 template <RowKind kKind, bool kGreenSite, class Row>
-inline TableValues SitePixel(Row top, Row below, std::ptrdiff_t x, const Luts &lut) {
+inline TableValues SitePixel(Row top, Row below, std::ptrdiff_t x, Luts lut) {
   constexpr bool kRed = RowLayout<kKind>::kRedInRow;
   const std::uint16_t *rowLut = kRed ? lut.red : lut.blue;     // colour sharing this row
   const std::uint16_t *otherLut = kRed ? lut.blue : lut.red;   // colour of the row below
@@ -86,7 +86,7 @@ inline TableValues SitePixel(Row top, Row below, std::ptrdiff_t x, const Luts &l
 }
 
 template <RowKind kKind, class Row>
-inline TableValues PixelAt(Row top, Row below, std::ptrdiff_t x, const Luts &lut) {
+inline TableValues PixelAt(Row top, Row below, std::ptrdiff_t x, Luts lut) {
   constexpr bool kGreenAtEven = RowLayout<kKind>::kGreenAtEven;
   if (x % 2 == 0) return SitePixel<kKind, kGreenAtEven>(top, below, x, lut);
   return SitePixel<kKind, !kGreenAtEven>(top, below, x, lut);
@@ -94,9 +94,11 @@ inline TableValues PixelAt(Row top, Row below, std::ptrdiff_t x, const Luts &lut
 
 // Runs one line kernel. `put(Record&, TableValues)` narrows and stores a pixel.
 // `factor` is the sample factor (1 when the variant does not decimate).
+// The tables and the store arrive by value: byte stores may alias anything
+// reached through a reference, which would force a reload after every pixel.
 template <RowKind kKind, Columns kColumns, class Record, class Row, class Put>
 void WalkLines(Record *out, const ISize &outSize, Row in, const ISize &inSize,
-               unsigned startRow, int factor, const Luts &lut, Put &put) {
+               unsigned startRow, int factor, const Luts lut, Put put) {
   constexpr bool kGreenAtEven = RowLayout<kKind>::kGreenAtEven;
   const std::ptrdiff_t width = inSize.width;
   const std::ptrdiff_t lastRow = std::ptrdiff_t(inSize.height) - 2;
@@ -115,8 +117,13 @@ void WalkLines(Record *out, const ISize &outSize, Row in, const ISize &inSize,
     } else {
       std::ptrdiff_t c = 0;
       for (; c < limit - 2; c += 2) {
-        put(*o++, SitePixel<kKind, kGreenAtEven>(top, below, c, lut));
-        put(*o++, SitePixel<kKind, !kGreenAtEven>(top, below, c + 1, lut));
+        // Both pixels are read before either is stored: byte stores could alias the
+        // input as far as the compiler knows, and would force it to read again.
+        const TableValues even = SitePixel<kKind, kGreenAtEven>(top, below, c, lut);
+        const TableValues odd = SitePixel<kKind, !kGreenAtEven>(top, below, c + 1, lut);
+        put(o[0], even);
+        put(o[1], odd);
+        o += 2;
       }
       put(*o++, SitePixel<kKind, kGreenAtEven>(top, below, limit - 2, lut));
     }
