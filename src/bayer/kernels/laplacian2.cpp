@@ -40,30 +40,36 @@ struct Compass {
   int north, east, south, west;
 };
 
-// The eleven candidates of slots 1..11: both horizontal, both vertical, the
-// four corners, the four single sides (west with two references), all four.
-inline void SetElevenTerms(CColorCorrectionTerm *t, int center, const Compass &ref,
-                           const Compass &base) {
-  SetTerm(t[1], center, ref.west, ref.east, 0, 0, 2, base.west, base.east, 0, 0, 2);
-  SetTerm(t[2], center, ref.north, ref.south, 0, 0, 2, base.north, base.south, 0, 0, 2);
-  SetTerm(t[3], center, ref.north, ref.east, 0, 0, 2, base.north, base.east, 0, 0, 2);
-  SetTerm(t[4], center, ref.east, ref.south, 0, 0, 2, base.east, base.south, 0, 0, 2);
-  SetTerm(t[5], center, ref.south, ref.west, 0, 0, 2, base.south, base.west, 0, 0, 2);
-  SetTerm(t[6], center, ref.west, ref.north, 0, 0, 2, base.west, base.north, 0, 0, 2);
-  SetTerm(t[7], center, ref.north, 0, 0, 0, 1, base.north, 0, 0, 0, 1);
-  SetTerm(t[8], center, ref.east, 0, 0, 0, 1, base.east, 0, 0, 0, 1);
-  SetTerm(t[9], center, ref.south, 0, 0, 0, 1, base.south, 0, 0, 0, 1);
-  SetTerm(t[10], center, ref.west, 0, 0, 0, 2, base.west, 0, 0, 0, 1);
-  SetTerm(t[11], center, ref.north, ref.west, ref.east, ref.south, 4, base.north, base.west,
-          base.east, base.south, 4);
+// The eleven candidates of slots 1..11 (slot 0 is never read): both
+// horizontal, both vertical, the four corners, the four single sides (west
+// with two references and one base), all four; then the three-level choice.
+inline short ChooseOfEleven(int center, const Compass &ref, const Compass &base,
+                            const int *thresholds) {
+  Candidate t[12];
+  t[1] = MakeCandidate<2>(center, ref.west, ref.east, 0, 0, base.west, base.east, 0, 0);
+  t[2] = MakeCandidate<2>(center, ref.north, ref.south, 0, 0, base.north, base.south, 0, 0);
+  t[3] = MakeCandidate<2>(center, ref.north, ref.east, 0, 0, base.north, base.east, 0, 0);
+  t[4] = MakeCandidate<2>(center, ref.east, ref.south, 0, 0, base.east, base.south, 0, 0);
+  t[5] = MakeCandidate<2>(center, ref.south, ref.west, 0, 0, base.south, base.west, 0, 0);
+  t[6] = MakeCandidate<2>(center, ref.west, ref.north, 0, 0, base.west, base.north, 0, 0);
+  t[7] = MakeCandidate<1>(center, ref.north, 0, 0, 0, base.north, 0, 0, 0);
+  t[8] = MakeCandidate<1>(center, ref.east, 0, 0, 0, base.east, 0, 0, 0);
+  t[9] = MakeCandidate<1>(center, ref.south, 0, 0, 0, base.south, 0, 0, 0);
+  t[10] = MakeCandidate<2>(center, ref.west, 0, 0, 0, base.west, 0, 0, 0);
+  t[11] = MakeCandidate<4>(center, ref.north, ref.west, ref.east, ref.south, base.north,
+                           base.west, base.east, base.south);
+  return Laplacian2(t, 11, thresholds);
 }
 
-// The three candidates of slots 1..3: both sides, side 1, side 2 (two references).
-inline void SetThreeTerms(CColorCorrectionTerm *t, int center, int ref1, int ref2, int base1,
-                          int base2) {
-  SetTerm(t[1], center, ref1, ref2, 0, 0, 2, base1, base2, 0, 0, 2);
-  SetTerm(t[2], center, ref1, 0, 0, 0, 1, base1, 0, 0, 0, 1);
-  SetTerm(t[3], center, ref2, 0, 0, 0, 2, base2, 0, 0, 0, 1);
+// The three candidates of slots 1..3: both sides, side 1, side 2 (two
+// references and one base); then the choice among them.
+inline short ChooseOfThree(int center, int ref1, int ref2, int base1, int base2,
+                           const int *thresholds) {
+  Candidate t[4];
+  t[1] = MakeCandidate<2>(center, ref1, ref2, 0, 0, base1, base2, 0, 0);
+  t[2] = MakeCandidate<1>(center, ref1, 0, 0, 0, base1, 0, 0, 0);
+  t[3] = MakeCandidate<2>(center, ref2, 0, 0, 0, base2, 0, 0, 0);
+  return Laplacian2(t, 3, thresholds);
 }
 
 enum class Stage { kGreen, kFromGreen, kFromRedBlue };
@@ -94,7 +100,7 @@ struct Laplacian2Pass {
 
   // Pass 1 at a red or blue site.
   template <SiteColour kSite>
-  static short GreenEstimate(const Site &at, const PlaneLuts &luts, CColorCorrectionTerm *terms,
+  static short GreenEstimate(const Site &at, const PlaneLuts &luts,
                              const int *thresholds) {
     const Sample *s = at.s;
     const std::ptrdiff_t w = at.w;
@@ -103,23 +109,19 @@ struct Laplacian2Pass {
     const Compass far{Signed(own[s[-2 * w]]), Signed(own[s[2]]), Signed(own[s[2 * w]]),
                       Signed(own[s[-2]])};
     const Compass near{Signed(g[s[-w]]), Signed(g[s[1]]), Signed(g[s[w]]), Signed(g[s[-1]])};
-    SetElevenTerms(terms, Signed(own[s[0]]), far, near);
-    return Laplacian2(terms, 11, thresholds);
+    return ChooseOfEleven(Signed(own[s[0]]), far, near, thresholds);
   }
 
   // Pass 2: the colour lying `d` positions away on both sides of a green site.
-  static short SideEstimate(const Site &at, std::ptrdiff_t d, const std::uint16_t *table,
-                            CColorCorrectionTerm *terms, const int *thresholds) {
-    SetThreeTerms(terms, Stored<Channel::kGreen>(at.o[0]), Stored<Channel::kGreen>(at.o[-d]),
-                  Stored<Channel::kGreen>(at.o[d]), Signed(table[at.s[-d]]),
-                  Signed(table[at.s[d]]));
-    return Laplacian2(terms, 3, thresholds);
+  static short SideEstimate(const Site &at, std::ptrdiff_t d, const std::uint16_t *table, const int *thresholds) {
+    return ChooseOfThree(Stored<Channel::kGreen>(at.o[0]), Stored<Channel::kGreen>(at.o[-d]),
+                         Stored<Channel::kGreen>(at.o[d]), Signed(table[at.s[-d]]),
+                         Signed(table[at.s[d]]), thresholds);
   }
 
   // Pass 3: the colour opposite to the site's own one.
   template <Channel kOpposite>
-  static short OppositeEstimate(const Site &at, const PlaneLuts &luts,
-                                CColorCorrectionTerm *terms, const int *thresholds) {
+  static short OppositeEstimate(const Site &at, const PlaneLuts &luts, const int *thresholds) {
     const Sample *s = at.s;
     const Record *o = at.o;
     const std::ptrdiff_t w = at.w;
@@ -127,13 +129,11 @@ struct Laplacian2Pass {
     const Compass greens{Signed(g[s[-w]]), Signed(g[s[1]]), Signed(g[s[w]]), Signed(g[s[-1]])};
     const Compass stored{Stored<kOpposite>(o[-w]), Stored<kOpposite>(o[1]),
                          Stored<kOpposite>(o[w]), Stored<kOpposite>(o[-1])};
-    SetElevenTerms(terms, Stored<Channel::kGreen>(o[0]), greens, stored);
-    return Laplacian2(terms, 11, thresholds);
+    return ChooseOfEleven(Stored<Channel::kGreen>(o[0]), greens, stored, thresholds);
   }
 
   template <int kRow, int kColumn>
-  static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
-                    CColorCorrectionTerm *terms, const int *thresholds) {
+  static void Visit(const Site &at, const PlaneLuts &luts, const Store &store, const int *thresholds) {
     constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
     Record &px = *at.o;
     if constexpr (kStage == Stage::kGreen) {
@@ -141,7 +141,7 @@ struct Laplacian2Pass {
         Store::template At<Channel::kGreen>(px) = store.Own(luts.green[at.s[0]]);
       else
         Store::template At<Channel::kGreen>(px) =
-            store.Laplacian2(GreenEstimate<kSite>(at, luts, terms, thresholds));
+            store.Laplacian2(GreenEstimate<kSite>(at, luts, thresholds));
       Store::MarkWritten(px);
     } else if constexpr (kStage == Stage::kFromGreen) {
       if constexpr (kSite == SiteColour::kGreen) {
@@ -149,8 +149,8 @@ struct Laplacian2Pass {
         constexpr SiteColour kBeside = ColourAt(kOrigin, kRow, 1 - kColumn);
         constexpr SiteColour kAbove =
             kBeside == SiteColour::kRed ? SiteColour::kBlue : SiteColour::kRed;
-        const short beside = SideEstimate(at, 1, TableOf(kBeside, luts), terms, thresholds);
-        const short above = SideEstimate(at, at.w, TableOf(kAbove, luts), terms, thresholds);
+        const short beside = SideEstimate(at, 1, TableOf(kBeside, luts), thresholds);
+        const short above = SideEstimate(at, at.w, TableOf(kAbove, luts), thresholds);
         Store::template At<ChannelOf(kBeside)>(px) = store.Laplacian2(beside);
         Store::template At<ChannelOf(kAbove)>(px) = store.Laplacian2(above);
         Store::MarkWritten(px);
@@ -158,7 +158,7 @@ struct Laplacian2Pass {
     } else if constexpr (kSite != SiteColour::kGreen) {
       constexpr Channel kOwn = ChannelOf(kSite);
       constexpr Channel kOpposite = Opposite(kOwn);
-      const short estimate = OppositeEstimate<kOpposite>(at, luts, terms, thresholds);
+      const short estimate = OppositeEstimate<kOpposite>(at, luts, thresholds);
       Store::template At<kOwn>(px) = store.Own(TableOf(kSite, luts)[at.s[0]]);
       Store::template At<kOpposite>(px) = store.Laplacian2(estimate);
       Store::MarkWritten(px);
@@ -167,13 +167,11 @@ struct Laplacian2Pass {
 
   static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
                   const PlaneLuts &luts, const PlaneContext &context) {
-    // Slot 0 is never read; one array serves the whole pass, on the stack.
-    CColorCorrectionTerm terms[12];
     const Store store(context.depthShift);
     const std::ptrdiff_t w = inSize.width;
     WalkInterior<2>(out, outSize, in, inSize, [&](auto row, auto column, const Sample *s,
                                                   Record *o) {
-      Visit<decltype(row)::value, decltype(column)::value>(Site{s, o, w}, luts, store, terms,
+      Visit<decltype(row)::value, decltype(column)::value>(Site{s, o, w}, luts, store,
                                                            context.scaledThresholds);
     });
   }
@@ -223,8 +221,9 @@ CColorCorrectionTerm::CColorCorrectionTerm(const CColorCorrectionTerm &o)
 CColorCorrectionTerm::~CColorCorrectionTerm() {}
 void CColorCorrectionTerm::Init(int center, int ref1, int ref2, int ref3, int ref4, int refCount,
                                 int base1, int base2, int base3, int base4, int baseCount) {
-  tavrix::detail::SetTerm(*this, center, ref1, ref2, ref3, ref4, refCount, base1, base2, base3,
-                          base4, baseCount);
+  tavrix::detail::StoreFields(*this, center, ref1, ref2, ref3, ref4, refCount, base1, base2,
+                              base3, base4, baseCount);
+  tavrix::detail::DeriveTerm(*this);
 }
 
 short CBayerConverter::Laplacian2(CColorCorrectionTerm *terms, int count) {

@@ -34,35 +34,59 @@ inline short Laplacian1(short a, short b, short c, short d, short e) {
   return Cut16(FloorShift(4 * a - b - c - d - e, 3));
 }
 
-// Gradient and Estimate from the first eleven fields; RefCount picks the
-// formula and any count other than 1, 2 or 4 leaves both as they were.
-// BaseCount takes no part: a two-reference candidate with one base reads Base2 = 0.
-inline void DeriveTerm(CColorCorrectionTerm &t) {
+// What the selector reads of a candidate. The passes build these on the
+// stack; CColorCorrectionTerm carries the same two derived fields.
+struct Candidate {
+  int Gradient;
+  int Estimate;
+};
+
+// Gradient and Estimate by the formula of a reference count (1, 2 or 4):
+//   1: C - R1,                       B1 + (G >> 1)
+//   2: 2C - R1 - R2,                 ((B1 + B2) >> 1) + (G >> 2)
+//   4: 4C - R1 - R2 - R3 - R4,       ((B1 + B2 + B3 + B4) >> 2) + (G >> 3)
+// Base counts take no part: a two-reference candidate with one base reads Base2 = 0.
+template <int kRefCount>
+inline Candidate MakeCandidate(int center, int ref1, int ref2, int ref3, int ref4, int base1,
+                               int base2, int base3, int base4) {
   using U = std::uint32_t;
+  Candidate c;
+  if constexpr (kRefCount == 1) {
+    c.Gradient = Sum32(U(center) - U(ref1));
+    c.Estimate = Sum32(U(base1) + U(FloorShift(c.Gradient, 1)));
+  } else if constexpr (kRefCount == 2) {
+    c.Gradient = Sum32(2u * U(center) - U(ref1) - U(ref2));
+    c.Estimate = Sum32(U(FloorShift(Sum32(U(base1) + U(base2)), 1)) + U(FloorShift(c.Gradient, 2)));
+  } else {
+    static_assert(kRefCount == 4, "candidates use 1, 2 or 4 references");
+    c.Gradient = Sum32(4u * U(center) - U(ref1) - U(ref2) - U(ref3) - U(ref4));
+    c.Estimate = Sum32(U(FloorShift(Sum32(U(base1) + U(base2) + U(base3) + U(base4)), 2)) +
+                       U(FloorShift(c.Gradient, 3)));
+  }
+  return c;
+}
+
+template <int kRefCount>
+inline void Derive(CColorCorrectionTerm &t) {
+  const Candidate c = MakeCandidate<kRefCount>(t.Center, t.Ref1, t.Ref2, t.Ref3, t.Ref4, t.Base1,
+                                               t.Base2, t.Base3, t.Base4);
+  t.Gradient = c.Gradient;
+  t.Estimate = c.Estimate;
+}
+
+// Any other reference count leaves Gradient and Estimate as they were.
+inline void DeriveTerm(CColorCorrectionTerm &t) {
   switch (t.RefCount) {
-    case 1:
-      t.Gradient = Sum32(U(t.Center) - U(t.Ref1));
-      t.Estimate = Sum32(U(t.Base1) + U(FloorShift(t.Gradient, 1)));
-      break;
-    case 2:
-      t.Gradient = Sum32(2u * U(t.Center) - U(t.Ref1) - U(t.Ref2));
-      t.Estimate = Sum32(U(FloorShift(Sum32(U(t.Base1) + U(t.Base2)), 1)) +
-                         U(FloorShift(t.Gradient, 2)));
-      break;
-    case 4:
-      t.Gradient = Sum32(4u * U(t.Center) - U(t.Ref1) - U(t.Ref2) - U(t.Ref3) - U(t.Ref4));
-      t.Estimate =
-          Sum32(U(FloorShift(Sum32(U(t.Base1) + U(t.Base2) + U(t.Base3) + U(t.Base4)), 2)) +
-                U(FloorShift(t.Gradient, 3)));
-      break;
-    default:
-      break;
+    case 1: return Derive<1>(t);
+    case 2: return Derive<2>(t);
+    case 4: return Derive<4>(t);
+    default: return;
   }
 }
 
-// Fills a candidate in place, as the eleven-argument constructor would.
-inline void SetTerm(CColorCorrectionTerm &t, int center, int ref1, int ref2, int ref3, int ref4,
-                    int refCount, int base1, int base2, int base3, int base4, int baseCount) {
+inline void StoreFields(CColorCorrectionTerm &t, int center, int ref1, int ref2, int ref3,
+                        int ref4, int refCount, int base1, int base2, int base3, int base4,
+                        int baseCount) {
   t.Center = center;
   t.Ref1 = ref1;
   t.Ref2 = ref2;
@@ -74,25 +98,27 @@ inline void SetTerm(CColorCorrectionTerm &t, int center, int ref1, int ref2, int
   t.Base3 = base3;
   t.Base4 = base4;
   t.BaseCount = baseCount;
-  DeriveTerm(t);
 }
 
 // The chosen candidate's estimate, cut to 16 bits, made non-negative by
 // mirroring (not clipping); -32768 has no positive twin and stays as it is.
-inline short AbsoluteEstimate(const CColorCorrectionTerm &t) {
+template <class Term>
+inline short AbsoluteEstimate(const Term &t) {
   const int e = Cut16(t.Estimate);
   return Cut16(e < 0 ? -e : e);
 }
 
 // Index of the first of terms[first..last] whose gradient is the smallest.
-inline int FirstSmallest(const CColorCorrectionTerm *terms, int first, int last) {
+template <class Term>
+inline int FirstSmallest(const Term *terms, int first, int last) {
   int best = first;
   for (int k = first + 1; k <= last; ++k)
     if (terms[k].Gradient < terms[best].Gradient) best = k;
   return best;
 }
 
-// Picks one candidate of the one-based array `terms` (slot 0 is never read).
+// Picks one candidate of the one-based array `terms` (slot 0 is never read);
+// Term is CColorCorrectionTerm or Candidate.
 // Gradients are compared signed, with no absolute value: a negative gradient
 // always counts as small. thresholds[1..3] are the three levels.
 //   count 11: the better of 1 and 2 below T1 (tie: 1), else the best of 3..6
@@ -100,7 +126,8 @@ inline int FirstSmallest(const CColorCorrectionTerm *terms, int first, int last)
 //   count 3:  term 1 below T1, else term 2 if its gradient is below term 3's
 //             (tie: 3).
 //   any other count: 0.
-inline short Laplacian2(const CColorCorrectionTerm *terms, int count, const int *thresholds) {
+template <class Term>
+inline short Laplacian2(const Term *terms, int count, const int *thresholds) {
   if (count == 11) {
     const int level1 = FirstSmallest(terms, 1, 2);
     if (terms[level1].Gradient < thresholds[1]) return AbsoluteEstimate(terms[level1]);
