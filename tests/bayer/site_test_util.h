@@ -117,6 +117,21 @@ inline std::vector<std::string> WriteMap(eCalculationMode mode, ePatternOrigin o
   return map;
 }
 
+// The Laplacian passes write rows and columns 2 .. size - 3, all three channels
+// and, in 32-bit output, a zero fourth byte; a 4 x 4 frame gets nothing.
+inline void ExpectInteriorWrites(eCalculationMode mode) {
+  for (ePatternOrigin origin : kOrigins)
+    for (int size : {4, 8}) {
+      std::vector<std::string> region(size, std::string(size, '.'));
+      for (int r = 2; r < size - 2; ++r)
+        for (int c = 2; c < size - 2; ++c) region[r][c] = 'w';
+      const Mosaic flat(size, size, 100);
+      for (int ch : {kBlue, kGreen, kRed})
+        EXPECT_EQ(WriteMap(mode, origin, flat, Out::k24From8, ch), region);
+      EXPECT_EQ(WriteMap(mode, origin, flat, Out::k32From8, 3), region) << "fourth byte";
+    }
+}
+
 // Conversions that must give the same colour bytes: 8-bit and 16-bit samples
 // of depth 8, 24-bit and 32-bit output, correction off and on with the
 // identity matrix. An unassigned origin writes nothing.

@@ -211,15 +211,9 @@ struct SitePass {
 };
 
 template <BilinearPass kPass>
-struct BilinearPassRunner {
-  template <class Record, class Sample>
-  static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                  const std::uint16_t *lut, const PlaneContext &context) {
-    WithOrigin(context.origin, [&](auto origin) {
-      SitePass<kPass, decltype(origin)::value, Record, Sample>::Run(out, outSize, in, inSize, lut,
-                                                                   context);
-    });
-  }
+struct BilinearFamily {
+  template <int kOrigin, class Record, class Sample>
+  using Pass = SitePass<kPass, kOrigin, Record, Sample>;
 };
 
 }  // namespace
@@ -227,12 +221,13 @@ struct BilinearPassRunner {
 
 namespace {
 using tavrix::detail::BilinearPass;
-using tavrix::detail::BilinearPassRunner;
+template <BilinearPass kPass>
+using BilinearRun = tavrix::detail::PlaneRunner<tavrix::detail::BilinearFamily<kPass>>;
 }  // namespace
 
-TAVRIX_DEFINE_SITE_KERNEL(ProcessBilinearBluePixel, BilinearPassRunner<BilinearPass::kBlue>::Run)
-TAVRIX_DEFINE_SITE_KERNEL(ProcessBilinearRedPixel, BilinearPassRunner<BilinearPass::kRed>::Run)
-TAVRIX_DEFINE_SITE_KERNEL(ProcessBilinearGreenPixel, BilinearPassRunner<BilinearPass::kGreen>::Run)
+TAVRIX_DEFINE_SITE_KERNEL(ProcessBilinearBluePixel, BilinearRun<BilinearPass::kBlue>::Run)
+TAVRIX_DEFINE_SITE_KERNEL(ProcessBilinearRedPixel, BilinearRun<BilinearPass::kRed>::Run)
+TAVRIX_DEFINE_SITE_KERNEL(ProcessBilinearGreenPixel, BilinearRun<BilinearPass::kGreen>::Run)
 
 short CBayerConverter::Bilinear(short a, short b) { return tavrix::detail::Bilinear(a, b); }
 short CBayerConverter::Bilinear(short a, short b, short c, short d) {

@@ -82,7 +82,8 @@ struct Laplacian1Pass {
   }
 
   static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                  const PlaneLuts &luts, const Store &store) {
+                  const PlaneLuts &luts, const PlaneContext &context) {
+    const Store store(context.depthShift);
     const std::ptrdiff_t w = inSize.width;
     WalkInterior<2>(out, outSize, in, inSize, [&](auto row, auto column, const Sample *s,
                                                   Record *o) {
@@ -100,16 +101,9 @@ struct Laplacian1Pass {
 };
 
 template <Channel kTarget>
-struct Laplacian1Runner {
-  template <class Record, class Sample>
-  static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                  const PlaneLuts &luts, const PlaneContext &context) {
-    const SiteStore<Record> store(context.depthShift);
-    WithOrigin(context.origin, [&](auto origin) {
-      Laplacian1Pass<kTarget, decltype(origin)::value, Record, Sample>::Run(out, outSize, in,
-                                                                           inSize, luts, store);
-    });
-  }
+struct Laplacian1Family {
+  template <int kOrigin, class Record, class Sample>
+  using Pass = Laplacian1Pass<kTarget, kOrigin, Record, Sample>;
 };
 
 }  // namespace
@@ -117,12 +111,13 @@ struct Laplacian1Runner {
 
 namespace {
 using tavrix::detail::Channel;
-using tavrix::detail::Laplacian1Runner;
+template <Channel kTarget>
+using Laplacian1Run = tavrix::detail::PlaneRunner<tavrix::detail::Laplacian1Family<kTarget>>;
 }  // namespace
 
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian1GreenPixel, Laplacian1Runner<Channel::kGreen>::Run)
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian1BluePixel, Laplacian1Runner<Channel::kBlue>::Run)
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian1RedPixel, Laplacian1Runner<Channel::kRed>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian1GreenPixel, Laplacian1Run<Channel::kGreen>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian1BluePixel, Laplacian1Run<Channel::kBlue>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian1RedPixel, Laplacian1Run<Channel::kRed>::Run)
 
 short CBayerConverter::Laplacian1(short a, short b, short c) {
   return tavrix::detail::Laplacian1(a, b, c);

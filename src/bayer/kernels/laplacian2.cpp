@@ -178,28 +178,23 @@ struct Laplacian2Pass {
 };
 
 template <Stage kStage>
-struct Laplacian2Runner {
-  template <class Record, class Sample>
-  static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                  const PlaneLuts &luts, const PlaneContext &context) {
-    WithOrigin(context.origin, [&](auto origin) {
-      Laplacian2Pass<kStage, decltype(origin)::value, Record, Sample>::Run(out, outSize, in,
-                                                                          inSize, luts, context);
-    });
-  }
+struct Laplacian2Family {
+  template <int kOrigin, class Record, class Sample>
+  using Pass = Laplacian2Pass<kStage, kOrigin, Record, Sample>;
 };
 
 }  // namespace
 }  // namespace tavrix::detail
 
 namespace {
-using tavrix::detail::Laplacian2Runner;
 using tavrix::detail::Stage;
+template <Stage kStage>
+using Laplacian2Run = tavrix::detail::PlaneRunner<tavrix::detail::Laplacian2Family<kStage>>;
 }  // namespace
 
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2GreenPixel, Laplacian2Runner<Stage::kGreen>::Run)
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromGreen, Laplacian2Runner<Stage::kFromGreen>::Run)
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromRB, Laplacian2Runner<Stage::kFromRedBlue>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2GreenPixel, Laplacian2Run<Stage::kGreen>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromGreen, Laplacian2Run<Stage::kFromGreen>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromRB, Laplacian2Run<Stage::kFromRedBlue>::Run)
 
 // Gradient and Estimate are left undefined for counts other than 1, 2 and 4;
 // they start at 0 here so that such a candidate never holds indeterminate values.

@@ -88,6 +88,21 @@ inline void WithOrigin(int origin, Body &&body) {
   }
 }
 
+// The fixed-name variants forward here: Family::Pass<origin, Record, Sample>
+// runs with the stored origin as a compile-time constant. Tables are the pass's
+// one table or its PlaneLuts.
+template <class Family>
+struct PlaneRunner {
+  template <class Record, class Sample, class Tables>
+  static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
+                  const Tables &tables, const PlaneContext &context) {
+    WithOrigin(context.origin, [&](auto origin) {
+      Family::template Pass<decltype(origin)::value, Record, Sample>::Run(out, outSize, in, inSize,
+                                                                         tables, context);
+    });
+  }
+};
+
 template <int kParity>
 using Parity = std::integral_constant<int, kParity>;
 
