@@ -199,6 +199,27 @@ TEST(Bilinear, RefusesWalksThatWouldLeaveTheOutput) {
   }
 }
 
+// Run under the sanitizers: every buffer is exactly the size the arguments
+// describe, so a walk that left it would be reported.
+TEST(Bilinear, AnySizesAndFactorsStayInsideTheBuffers) {
+  for (Out kind : {Out::k32From8, Out::k32From16})
+    for (ePatternOrigin origin : kOrigins) {
+      CBayerConverter cv;
+      cv.SetCalcMode(eBilinear);
+      cv.SetPatternOrigin(origin);
+      for (int factor = 1; factor <= 5; ++factor) {
+        cv.SetSampleFactor(factor);
+        for (int inW : {4, 6, 10})
+          for (int inH : {4, 8})
+            for (int outW = 4; outW <= 10; outW += 2)
+              for (int outH = 4; outH <= 8; outH += 2) {
+                Image out(kind, outW, outH);
+                Convert(cv, RandomMosaic(inW, inH, 255, factor), out);
+              }
+      }
+    }
+}
+
 TEST(Bilinear, VariantsAgree) {
   ExpectVariantsAgree(eBilinear);
   // Without an output shift the 48-bit words carry the bytes of the 24-bit output.
