@@ -33,33 +33,6 @@ TEST(ColorCorrectionTerm, DerivesGradientAndEstimateByRefCount) {
   }
 }
 
-// The eleven candidates of a red site: C 200; far reds W 40, E 60, N 50, S 70;
-// near greens W 100, E 110, N 90, S 120.
-TEST(Laplacian2Selector, ElevenCandidateSite) {
-  const int C = 200, W2 = 40, E2 = 60, N2 = 50, S2 = 70, W1 = 100, E1 = 110, N1 = 90, S1 = 120;
-  CColorCorrectionTerm t[12] = {
-      {},
-      {C, W2, E2, 0, 0, 2, W1, E1, 0, 0, 2},
-      {C, N2, S2, 0, 0, 2, N1, S1, 0, 0, 2},
-      {C, N2, E2, 0, 0, 2, N1, E1, 0, 0, 2},
-      {C, E2, S2, 0, 0, 2, E1, S1, 0, 0, 2},
-      {C, S2, W2, 0, 0, 2, S1, W1, 0, 0, 2},
-      {C, W2, N2, 0, 0, 2, W1, N1, 0, 0, 2},
-      {C, N2, 0, 0, 0, 1, N1, 0, 0, 0, 1},
-      {C, E2, 0, 0, 0, 1, E1, 0, 0, 0, 1},
-      {C, S2, 0, 0, 0, 1, S1, 0, 0, 0, 1},
-      {C, W2, 0, 0, 0, 2, W1, 0, 0, 0, 1},
-      {C, N2, W2, E2, S2, 4, N1, W1, E1, S1, 4},
-  };
-  const int gradients[12] = {0, 300, 280, 290, 270, 290, 310, 150, 140, 130, 360, 580};
-  const int estimates[12] = {0, 180, 175, 172, 182, 182, 172, 165, 180, 185, 140, 177};
-  for (int k = 1; k <= 11; ++k) {
-    EXPECT_EQ(t[k].Gradient, gradients[k]) << "term " << k;
-    EXPECT_EQ(t[k].Estimate, estimates[k]) << "term " << k;
-  }
-  EXPECT_EQ(tavrix::detail::Laplacian2(t, 11, kThresholds), 185);  // level 3, south only
-}
-
 struct Selection {
   const char *why;
   int count;
@@ -142,7 +115,7 @@ TEST(Laplacian2, GreenSiteReadsTheFrameBesideIt) {
   m.At(1, 3) = m.At(3, 3) = m.At(2, 4) = 60;
   const struct {
     unsigned frameGreen, blue;
-  } cases[] = {{20, 70},    // both sides fail T1 (120); side 1's gradient 80 beats 140
+  } cases[] = {{20, 70},   // both sides fail T1 (120); side 1's gradient 80 beats 140
                {80, 75}};  // both sides: gradient 60 < 69, (30 + 90) / 2 + 60 / 4
   for (const auto &c : cases) {
     CBayerConverter cv;
@@ -179,10 +152,10 @@ TEST(Laplacian2, FlatGreyWithAGreyFrame) {
 TEST(Laplacian2, StoredAndTableScalesMix) {
   const Mosaic flat(10, 10, 1600);
   const Image narrow = ConvertFull(eLaplacian2, eOriginRG, flat, Out::k24From16, 12);
-  EXPECT_EQ(narrow.At(4, 4, kRed), 100u);    // own value 1600 >> 4
+  EXPECT_EQ(narrow.At(4, 4, kRed), 100u);  // own value 1600 >> 4
   EXPECT_EQ(narrow.At(4, 4, kGreen), 100u);
-  EXPECT_EQ(narrow.At(4, 5, kBlue), 100u);   // green site: only stored greens meet
-  EXPECT_EQ(narrow.At(4, 4, kBlue), 40u);    // |100 + (200 - 3200) >> 2| >> 4
+  EXPECT_EQ(narrow.At(4, 5, kBlue), 100u);  // green site: only stored greens meet
+  EXPECT_EQ(narrow.At(4, 4, kBlue), 40u);   // |100 + (200 - 3200) >> 2| >> 4
   const Image wide = ConvertFull(eLaplacian2, eOriginRG, flat, Out::k48From16, 12);
   for (int ch : {kBlue, kGreen, kRed}) EXPECT_EQ(wide.At(4, 4, ch), 1600u);
 }

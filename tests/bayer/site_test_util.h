@@ -3,13 +3,13 @@
 #ifndef TAVRIX_TESTS_BAYER_SITE_TEST_UTIL_H
 #define TAVRIX_TESTS_BAYER_SITE_TEST_UTIL_H
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
-#include <string>
 #include <random>
+#include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "tavrix/bayer_converter.h"
 #include "tavrix/color_matrix.h"
@@ -90,7 +90,7 @@ inline void Convert(CBayerConverter &cv, const Mosaic &m, Image &out, unsigned s
 
 // Converts a full-size copy of `m` prefilled with `fill` in one go.
 inline Image ConvertFull(eCalculationMode mode, ePatternOrigin origin, const Mosaic &m, Out kind,
-                 unsigned short bits = 8, std::uint8_t fill = kSentinel) {
+                         unsigned short bits = 8, std::uint8_t fill = kSentinel) {
   CBayerConverter cv;
   cv.SetCalcMode(mode);
   cv.SetPatternOrigin(origin);
@@ -111,8 +111,10 @@ inline std::vector<std::string> WriteMap(eCalculationMode mode, ePatternOrigin o
     for (int c = 0; c < m.width; ++c) {
       const unsigned va = a.Bytes()[a.Offset(r * m.width + c, channel)];
       const unsigned vb = b.Bytes()[b.Offset(r * m.width + c, channel)];
-      if (va == 0x11 && vb == 0xEE) map[r][c] = '.';
-      else if (va != 0x11 && vb != 0xEE) map[r][c] = 'w';
+      if (va == 0x11 && vb == 0xEE)
+        map[r][c] = '.';
+      else if (va != 0x11 && vb != 0xEE)
+        map[r][c] = 'w';
     }
   return map;
 }
@@ -151,8 +153,8 @@ inline void ExpectVariantsAgree(eCalculationMode mode) {
       const Image other = ConvertFull(mode, origin, m, kind);
       for (int i = 0; i < m.width * m.height; ++i)
         for (int ch : {kBlue, kGreen, kRed})
-          ASSERT_EQ(other.Get(i, ch), reference.Get(i, ch)) << "pixel " << i << " kind "
-                                                            << int(kind);
+          ASSERT_EQ(other.Get(i, ch), reference.Get(i, ch))
+              << "pixel " << i << " kind " << int(kind);
     }
   }
   for (Out kind : kAllOutputs) {

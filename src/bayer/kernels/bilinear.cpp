@@ -68,13 +68,15 @@ constexpr Estimate EstimateAt(BilinearPass pass, int origin, int row, int column
     const bool greenLeads = origin == eOriginGB || origin == eOriginGR;
     return (row == column) == greenLeads ? Estimate::kDirect : Estimate::kCross;
   }
-  const SiteTable &table = (pass == BilinearPass::kRed ? kRedSites : kBlueSites)[OriginIndex(origin)];
+  const SiteTable &table =
+      (pass == BilinearPass::kRed ? kRedSites : kBlueSites)[OriginIndex(origin)];
   return table.site[2 * row + column];
 }
 
 constexpr Channel ChannelOf(BilinearPass pass) {
-  return pass == BilinearPass::kBlue ? Channel::kBlue
-                                     : pass == BilinearPass::kRed ? Channel::kRed : Channel::kGreen;
+  return pass == BilinearPass::kBlue  ? Channel::kBlue
+         : pass == BilinearPass::kRed ? Channel::kRed
+                                      : Channel::kGreen;
 }
 
 // How sums of table entries become stored values.
@@ -96,8 +98,10 @@ struct Averages<true, kPass> {
   explicit Averages(int /*outputShift*/) {}
   static int Direct(std::uint16_t entry) { return entry; }
   static int Pair(unsigned sum) {
-    if constexpr (kPass == BilinearPass::kRed) return int(double(sum) * 0.5);
-    else return int(sum >> 1);
+    if constexpr (kPass == BilinearPass::kRed)
+      return int(double(sum) * 0.5);
+    else
+      return int(sum >> 1);
   }
   static int Quad(unsigned sum) { return int(sum >> 2); }
   static int Cross(unsigned sum) { return int(sum >> 2); }
@@ -134,7 +138,8 @@ struct SitePass {
                   const Math &math) {
     using ChannelValue = std::remove_reference_t<decltype(Store::template At<kChannel>(px))>;
     constexpr Estimate kEstimate = EstimateAt(kPass, kOrigin, kRow, kColumn);
-    Store::template At<kChannel>(px) = ChannelValue(unsigned(Interpolate<kEstimate>(p, w, lut, math)));
+    const int value = Interpolate<kEstimate>(p, w, lut, math);
+    Store::template At<kChannel>(px) = ChannelValue(unsigned(value));  // low byte or word
     if constexpr (kMarks) Store::MarkWritten(px);
   }
 
@@ -142,10 +147,10 @@ struct SitePass {
   static void Full(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
                    const std::uint16_t *lut, const Math &math) {
     const std::ptrdiff_t w = inSize.width;
-    WalkInterior<kMargin>(out, outSize, in, inSize, [&](auto row, auto column, const Sample *p,
-                                                        Record *o) {
-      Put<decltype(row)::value, decltype(column)::value>(*o, p, w, lut, math);
-    });
+    WalkInterior<kMargin>(out, outSize, in, inSize,
+                          [&](auto row, auto column, const Sample *p, Record *o) {
+                            Put<decltype(row)::value, decltype(column)::value>(*o, p, w, lut, math);
+                          });
   }
 
   // Every factor-th position at stride `step` from p, packed at stride `outStep`.
@@ -161,8 +166,10 @@ struct SitePass {
   static void StridedRow(Record *o, const Sample *p, std::int64_t count, std::ptrdiff_t step,
                          std::ptrdiff_t outStep, bool oddColumn, std::ptrdiff_t w,
                          const std::uint16_t *lut, const Math &math) {
-    if (oddColumn) Strided<kRow, 1>(o, p, count, step, outStep, w, lut, math);
-    else Strided<kRow, 0>(o, p, count, step, outStep, w, lut, math);
+    if (oddColumn)
+      Strided<kRow, 1>(o, p, count, step, outStep, w, lut, math);
+    else
+      Strided<kRow, 0>(o, p, count, step, outStep, w, lut, math);
   }
 
   // Sample factor f > 1: rows with r mod f = 0 only; positions counted on
@@ -175,7 +182,7 @@ struct SitePass {
     const std::ptrdiff_t w = inSize.width;
     const std::int64_t f = factor;
     const std::int64_t perRow = w - 2 * kMargin;
-    if (perRow <= 0) return;
+    if (perRow <= 0 || f < 1) return;
     Record *o = out + kMargin * (std::ptrdiff_t(outSize.width) + 1);
     std::int64_t first = 0;  // offset in the row of the next position to store
     for (std::ptrdiff_t r = kMargin; r <= std::ptrdiff_t(inSize.height) - 1 - kMargin; ++r) {
@@ -186,10 +193,10 @@ struct SitePass {
         const bool rowB = (r - kMargin) % 2 != 0;
         const bool odd = first % 2 != 0;
         const bool alternates = f % 2 != 0;
-        const std::int64_t evenRuns = alternates ? (count + 1) / 2 : count;
+        const std::int64_t firstRun = alternates ? (count + 1) / 2 : count;
         const std::ptrdiff_t step = std::ptrdiff_t(alternates ? 2 * f : f);
         const std::ptrdiff_t outStep = alternates ? 2 : 1;
-        (rowB ? StridedRow<1> : StridedRow<0>)(o, p, evenRuns, step, outStep, odd, w, lut, math);
+        (rowB ? StridedRow<1> : StridedRow<0>)(o, p, firstRun, step, outStep, odd, w, lut, math);
         if (alternates && count > 1)
           (rowB ? StridedRow<1> : StridedRow<0>)(o + 1, p + f, count / 2, step, outStep, !odd, w,
                                                  lut, math);

@@ -35,8 +35,9 @@ struct Laplacian1Pass {
   using Store = SiteStore<Record>;
 
   static const std::uint16_t *TableOf(SiteColour colour, const PlaneLuts &luts) {
-    return colour == SiteColour::kRed ? luts.red
-                                      : colour == SiteColour::kBlue ? luts.blue : luts.green;
+    return colour == SiteColour::kRed    ? luts.red
+           : colour == SiteColour::kBlue ? luts.blue
+                                         : luts.green;
   }
   static constexpr SiteColour kTargetColour =
       kTarget == Channel::kRed ? SiteColour::kRed : SiteColour::kBlue;
@@ -85,18 +86,18 @@ struct Laplacian1Pass {
                   const PlaneLuts &luts, const PlaneContext &context) {
     const Store store(context.depthShift);
     const std::ptrdiff_t w = inSize.width;
-    WalkInterior<2>(out, outSize, in, inSize, [&](auto row, auto column, const Sample *s,
-                                                  Record *o) {
-      constexpr int kRow = decltype(row)::value, kColumn = decltype(column)::value;
-      constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
-      if constexpr (kTarget == Channel::kGreen) {
-        Green<kSite>(s, *o, w, luts, store);
-      } else {
-        // The colour beside a green site is the row's other colour.
-        constexpr bool kRowHoldsTarget = ColourAt(kOrigin, kRow, 1 - kColumn) == kTargetColour;
-        RedOrBlue<kSite, kRowHoldsTarget>(s, o, w, luts, store);
-      }
-    });
+    WalkInterior<2>(
+        out, outSize, in, inSize, [&](auto row, auto column, const Sample *s, Record *o) {
+          constexpr int kRow = decltype(row)::value, kColumn = decltype(column)::value;
+          constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
+          if constexpr (kTarget == Channel::kGreen) {
+            Green<kSite>(s, *o, w, luts, store);
+          } else {
+            // The colour beside a green site is the row's other colour.
+            constexpr bool kRowHoldsTarget = ColourAt(kOrigin, kRow, 1 - kColumn) == kTargetColour;
+            RedOrBlue<kSite, kRowHoldsTarget>(s, o, w, luts, store);
+          }
+        });
   }
 };
 

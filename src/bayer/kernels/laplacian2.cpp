@@ -56,8 +56,8 @@ inline short ChooseOfEleven(int center, const Compass &ref, const Compass &base,
   t[8] = MakeCandidate<1>(center, ref.east, 0, 0, 0, base.east, 0, 0, 0);
   t[9] = MakeCandidate<1>(center, ref.south, 0, 0, 0, base.south, 0, 0, 0);
   t[10] = MakeCandidate<2>(center, ref.west, 0, 0, 0, base.west, 0, 0, 0);
-  t[11] = MakeCandidate<4>(center, ref.north, ref.west, ref.east, ref.south, base.north,
-                           base.west, base.east, base.south);
+  t[11] = MakeCandidate<4>(center, ref.north, ref.west, ref.east, ref.south, base.north, base.west,
+                           base.east, base.south);
   return Laplacian2(t, 11, thresholds);
 }
 
@@ -75,8 +75,9 @@ inline short ChooseOfThree(int center, int ref1, int ref2, int base1, int base2,
 enum class Stage { kGreen, kFromGreen, kFromRedBlue };
 
 constexpr Channel ChannelOf(SiteColour c) {
-  return c == SiteColour::kRed ? Channel::kRed
-                               : c == SiteColour::kBlue ? Channel::kBlue : Channel::kGreen;
+  return c == SiteColour::kRed    ? Channel::kRed
+         : c == SiteColour::kBlue ? Channel::kBlue
+                                  : Channel::kGreen;
 }
 
 template <Stage kStage, int kOrigin, class Record, class Sample>
@@ -90,8 +91,9 @@ struct Laplacian2Pass {
   };
 
   static const std::uint16_t *TableOf(SiteColour colour, const PlaneLuts &luts) {
-    return colour == SiteColour::kRed ? luts.red
-                                      : colour == SiteColour::kBlue ? luts.blue : luts.green;
+    return colour == SiteColour::kRed    ? luts.red
+           : colour == SiteColour::kBlue ? luts.blue
+                                         : luts.green;
   }
   template <Channel kChannel>
   static int Stored(const Record &px) {
@@ -100,8 +102,7 @@ struct Laplacian2Pass {
 
   // Pass 1 at a red or blue site.
   template <SiteColour kSite>
-  static short GreenEstimate(const Site &at, const PlaneLuts &luts,
-                             const int *thresholds) {
+  static short GreenEstimate(const Site &at, const PlaneLuts &luts, const int *thresholds) {
     const Sample *s = at.s;
     const std::ptrdiff_t w = at.w;
     const std::uint16_t *own = TableOf(kSite, luts);
@@ -113,7 +114,8 @@ struct Laplacian2Pass {
   }
 
   // Pass 2: the colour lying `d` positions away on both sides of a green site.
-  static short SideEstimate(const Site &at, std::ptrdiff_t d, const std::uint16_t *table, const int *thresholds) {
+  static short SideEstimate(const Site &at, std::ptrdiff_t d, const std::uint16_t *table,
+                            const int *thresholds) {
     return ChooseOfThree(Stored<Channel::kGreen>(at.o[0]), Stored<Channel::kGreen>(at.o[-d]),
                          Stored<Channel::kGreen>(at.o[d]), Signed(table[at.s[-d]]),
                          Signed(table[at.s[d]]), thresholds);
@@ -127,13 +129,14 @@ struct Laplacian2Pass {
     const std::ptrdiff_t w = at.w;
     const std::uint16_t *g = luts.green;
     const Compass greens{Signed(g[s[-w]]), Signed(g[s[1]]), Signed(g[s[w]]), Signed(g[s[-1]])};
-    const Compass stored{Stored<kOpposite>(o[-w]), Stored<kOpposite>(o[1]),
-                         Stored<kOpposite>(o[w]), Stored<kOpposite>(o[-1])};
+    const Compass stored{Stored<kOpposite>(o[-w]), Stored<kOpposite>(o[1]), Stored<kOpposite>(o[w]),
+                         Stored<kOpposite>(o[-1])};
     return ChooseOfEleven(Stored<Channel::kGreen>(o[0]), greens, stored, thresholds);
   }
 
   template <int kRow, int kColumn>
-  static void Visit(const Site &at, const PlaneLuts &luts, const Store &store, const int *thresholds) {
+  static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
+                    const int *thresholds) {
     constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
     Record &px = *at.o;
     if constexpr (kStage == Stage::kGreen) {
@@ -169,11 +172,11 @@ struct Laplacian2Pass {
                   const PlaneLuts &luts, const PlaneContext &context) {
     const Store store(context.depthShift);
     const std::ptrdiff_t w = inSize.width;
-    WalkInterior<2>(out, outSize, in, inSize, [&](auto row, auto column, const Sample *s,
-                                                  Record *o) {
-      Visit<decltype(row)::value, decltype(column)::value>(Site{s, o, w}, luts, store,
-                                                           context.scaledThresholds);
-    });
+    WalkInterior<2>(out, outSize, in, inSize,
+                    [&](auto row, auto column, const Sample *s, Record *o) {
+                      Visit<decltype(row)::value, decltype(column)::value>(
+                          Site{s, o, w}, luts, store, context.scaledThresholds);
+                    });
   }
 };
 
@@ -202,8 +205,8 @@ CColorCorrectionTerm::CColorCorrectionTerm() : Gradient(0), Estimate(0) {
   Init(0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
 }
 CColorCorrectionTerm::CColorCorrectionTerm(int center, int ref1, int ref2, int ref3, int ref4,
-                                           int refCount, int base1, int base2, int base3,
-                                           int base4, int baseCount)
+                                           int refCount, int base1, int base2, int base3, int base4,
+                                           int baseCount)
     : Gradient(0), Estimate(0) {
   Init(center, ref1, ref2, ref3, ref4, refCount, base1, base2, base3, base4, baseCount);
 }
@@ -216,8 +219,8 @@ CColorCorrectionTerm::CColorCorrectionTerm(const CColorCorrectionTerm &o)
 CColorCorrectionTerm::~CColorCorrectionTerm() {}
 void CColorCorrectionTerm::Init(int center, int ref1, int ref2, int ref3, int ref4, int refCount,
                                 int base1, int base2, int base3, int base4, int baseCount) {
-  tavrix::detail::StoreFields(*this, center, ref1, ref2, ref3, ref4, refCount, base1, base2,
-                              base3, base4, baseCount);
+  tavrix::detail::StoreFields(*this, center, ref1, ref2, ref3, ref4, refCount, base1, base2, base3,
+                              base4, baseCount);
   tavrix::detail::DeriveTerm(*this);
 }
 

@@ -77,16 +77,19 @@ inline void Derive(CColorCorrectionTerm &t) {
 // Any other reference count leaves Gradient and Estimate as they were.
 inline void DeriveTerm(CColorCorrectionTerm &t) {
   switch (t.RefCount) {
-    case 1: return Derive<1>(t);
-    case 2: return Derive<2>(t);
-    case 4: return Derive<4>(t);
-    default: return;
+    case 1:
+      return Derive<1>(t);
+    case 2:
+      return Derive<2>(t);
+    case 4:
+      return Derive<4>(t);
+    default:
+      return;
   }
 }
 
-inline void StoreFields(CColorCorrectionTerm &t, int center, int ref1, int ref2, int ref3,
-                        int ref4, int refCount, int base1, int base2, int base3, int base4,
-                        int baseCount) {
+inline void StoreFields(CColorCorrectionTerm &t, int center, int ref1, int ref2, int ref3, int ref4,
+                        int refCount, int base1, int base2, int base3, int base4, int baseCount) {
   t.Center = center;
   t.Ref1 = ref1;
   t.Ref2 = ref2;

@@ -23,19 +23,26 @@ namespace tavrix::detail {
 enum class Channel { kBlue, kGreen, kRed };
 
 // The colour a pass estimates opposite to `c` at a red or blue site.
-constexpr Channel Opposite(Channel c) { return c == Channel::kRed ? Channel::kBlue : Channel::kRed; }
+constexpr Channel Opposite(Channel c) {
+  return c == Channel::kRed ? Channel::kBlue : Channel::kRed;
+}
 
 // Channel access, the same member names in all three records.
 struct ChannelsOf {
   template <Channel kChannel, class Record>
   static auto &At(Record &px) {
-    if constexpr (kChannel == Channel::kBlue) return px.rgbtBlue;
-    else if constexpr (kChannel == Channel::kGreen) return px.rgbtGreen;
-    else return px.rgbtRed;
+    if constexpr (kChannel == Channel::kBlue)
+      return px.rgbtBlue;
+    else if constexpr (kChannel == Channel::kGreen)
+      return px.rgbtGreen;
+    else
+      return px.rgbtRed;
   }
   // A value an earlier pass stored, read back unsigned.
   template <Channel kChannel, class Record>
-  static int Read(const Record &px) { return At<kChannel>(px); }
+  static int Read(const Record &px) {
+    return At<kChannel>(px);
+  }
 };
 
 // Records with one byte per channel, values brought to the 8-bit scale.
