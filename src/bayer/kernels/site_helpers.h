@@ -111,11 +111,13 @@ inline short AbsoluteEstimate(const Term &t) {
   return Cut16(e < 0 ? -e : e);
 }
 
-// Index of the first of terms[first..last] whose gradient is the smallest.
-template <class Term>
-inline int FirstSmallest(const Term *terms, int first, int last) {
-  int best = first;
-  for (int k = first + 1; k <= last; ++k)
+// Index of the first of terms[kFirst..kLast] whose gradient is the smallest.
+// The bounds are constants so that the comparisons unroll and a candidate
+// array local to a kernel can live in registers.
+template <int kFirst, int kLast, class Term>
+inline int FirstSmallest(const Term *terms) {
+  int best = kFirst;
+  for (int k = kFirst + 1; k <= kLast; ++k)
     if (terms[k].Gradient < terms[best].Gradient) best = k;
   return best;
 }
@@ -132,11 +134,11 @@ inline int FirstSmallest(const Term *terms, int first, int last) {
 template <class Term>
 inline short Laplacian2(const Term *terms, int count, const int *thresholds) {
   if (count == 11) {
-    const int level1 = FirstSmallest(terms, 1, 2);
+    const int level1 = FirstSmallest<1, 2>(terms);
     if (terms[level1].Gradient < thresholds[1]) return AbsoluteEstimate(terms[level1]);
-    const int level2 = FirstSmallest(terms, 3, 6);
+    const int level2 = FirstSmallest<3, 6>(terms);
     if (terms[level2].Gradient < thresholds[2]) return AbsoluteEstimate(terms[level2]);
-    const int level3 = FirstSmallest(terms, 7, 10);
+    const int level3 = FirstSmallest<7, 10>(terms);
     if (terms[level3].Gradient < thresholds[3]) return AbsoluteEstimate(terms[level3]);
     return AbsoluteEstimate(terms[11]);
   }
