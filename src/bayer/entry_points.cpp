@@ -109,7 +109,10 @@ void CBayerConverter::Convert(Record *output, const ISize &outSize, const Sample
       return;  // the corrected kernels already applied the matrix
     }
     case eBilinear:
-      if (!CoversInput(outSize, inSize)) return;
+      // Some 32-bit cases decimate through a position counter into a smaller output.
+      if (!BilinearWalksFit(outSize, inSize, kBGRx ? m_sampleFactor : 1, m_patternOrigin,
+                            std::is_same<Sample, Mono16>::value))
+        return;
       ProcessBilinearBluePixel(output, outSize, input, inSize, m_blueLUT);
       ProcessBilinearRedPixel(output, outSize, input, inSize, m_redLUT);
       ProcessBilinearGreenPixel(output, outSize, input, inSize, m_greenLUT);
