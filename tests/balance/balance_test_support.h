@@ -75,23 +75,8 @@ public:
   const std::vector<uint8_t>& Bytes() const { return bytes_; }
   unsigned Stride() const { return stride_; }
 
-  void SetSample(unsigned row, unsigned column, int channel, unsigned value) {
-    uint8_t* at = PixelAt(row, column) + channel * SampleBytes();
-    if (format_ == Format::kBgr48) {
-      const uint16_t word = uint16_t(value);
-      std::memcpy(at, &word, 2);
-    } else {
-      *at = uint8_t(value);
-    }
-  }
-  unsigned Sample(unsigned row, unsigned column, int channel) const {
-    const uint8_t* at = bytes_.data() + offset_ + size_t(row) * stride_ +
-                        column * PixelBytes(format_) + channel * SampleBytes();
-    if (format_ != Format::kBgr48) return *at;
-    uint16_t word;
-    std::memcpy(&word, at, 2);
-    return word;
-  }
+  void SetSample(unsigned row, unsigned column, int channel, unsigned value);
+  unsigned Sample(unsigned row, unsigned column, int channel) const;
   void Set(unsigned row, unsigned column, const Bgr& bgr) {
     for (int ch = 0; ch < 3; ++ch) SetSample(row, column, ch, bgr[ch]);
   }
@@ -100,10 +85,7 @@ public:
   }
 
 private:
-  size_t SampleBytes() const { return format_ == Format::kBgr48 ? 2 : 1; }
-  uint8_t* PixelAt(unsigned row, unsigned column) {
-    return bytes_.data() + offset_ + size_t(row) * stride_ + column * PixelBytes(format_);
-  }
+  size_t SampleOffset(unsigned row, unsigned column, int channel) const;
 
   Format format_;
   unsigned stride_;
