@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <ostream>
 #include <random>
 #include <vector>
 
@@ -106,6 +107,12 @@ struct Tables {
     return red == o.red && green == o.green && blue == o.blue;
   }
 };
+
+// Failure messages show where tables start, not 400 KB of bytes.
+inline void PrintTo(const Tables& t, std::ostream* os) {
+  *os << "tables starting red " << t.red[0] << ' ' << t.red[1] << ", green " << t.green[0] << ' '
+      << t.green[1] << ", blue " << t.blue[0] << ' ' << t.blue[1];
+}
 
 // The object's own tables, read by applying them to a 48-bit image that holds
 // every value 0..65535 once in each channel.
