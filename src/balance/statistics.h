@@ -102,29 +102,31 @@ inline double PowerOfTwoDeviation(double value, double mean) {
   return std::pow(value - mean, exponent);
 }
 
-// Memo of PowerOfTwoDeviation per sample value, direct-mapped: every 8-bit value
-// has its own slot; 16-bit values share 1024 slots, enough for 10-bit data and
-// for the slowly varying values of real images at higher depths.
+// Memo of PowerOfTwoDeviation per sample value, direct-mapped and filled at
+// construction with the values 0 .. slots - 1: every 8-bit value has its own
+// slot; 16-bit values share kMaxSlots, which holds 11-bit data whole and the
+// slowly varying values of real images at higher depths.
 template <class Layout> class DeviationSquares {
 public:
   explicit DeviationSquares(double mean) : mean_(mean) {
-    for (uint32_t& key : keys_) key = kEmpty;
+    for (uint32_t value = 0; value < kSlots; ++value) Fill(value, value);
   }
   double operator()(uint32_t value) {
     const uint32_t slot = value & (kSlots - 1);
-    if (keys_[slot] != value) {
-      keys_[slot] = value;
-      squares_[slot] = PowerOfTwoDeviation(double(value), mean_);
-    }
+    if (keys_[slot] != value) Fill(slot, value);
     return squares_[slot];
   }
 
 private:
-  static constexpr size_t kMaxSlots = 1024;  // 12 KB per channel on the stack
+  using Sample = typename Layout::Sample;
+  static constexpr size_t kMaxSlots = 2048;  // 20 KB per channel on the stack
   static constexpr size_t kSlots = Layout::kValues < kMaxSlots ? Layout::kValues : kMaxSlots;
-  static constexpr uint32_t kEmpty = 0xFFFFFFFFu;  // no sample has this value
+  void Fill(uint32_t slot, uint32_t value) {
+    keys_[slot] = Sample(value);
+    squares_[slot] = PowerOfTwoDeviation(double(value), mean_);
+  }
   double mean_;
-  uint32_t keys_[kSlots];
+  Sample keys_[kSlots];
   double squares_[kSlots];
 };
 
