@@ -140,11 +140,7 @@ TEST(ColorBalanceApply, OnlyTheCallerTableFormSetsTheAppliedFlag) {
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.why);
     Image image(Format::kBgr24, 2, 2);
-    image.Info()->width = c.width;
-    image.Info()->height = c.height;
-    image.Info()->colorFormat = c.colorFormat;
-    CImageData* data = image.Data();
-    if (c.nullPixels) data->pixels = nullptr;
+    CImageData* data = image.Describe(c.width, c.height, c.colorFormat, c.nullPixels);
     Tables tables;
     CColorBalance balance = PlusOne();
     balance.ApplyColorBalance(image.Info(), data);

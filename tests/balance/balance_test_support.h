@@ -2,6 +2,7 @@
 #ifndef TAVRIX_TESTS_BALANCE_TEST_SUPPORT_H
 #define TAVRIX_TESTS_BALANCE_TEST_SUPPORT_H
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -67,6 +68,17 @@ public:
     offset_ = 1;
   }
 
+  // Re-describes the same bytes (to make refused or degenerate descriptions);
+  // returns the image data, with null pixels when asked.
+  CImageData* Describe(unsigned width, unsigned height, unsigned colorFormat, bool nullPixels) {
+    info_.width = width;
+    info_.height = height;
+    info_.colorFormat = colorFormat;
+    CImageData* data = Data();
+    if (nullPixels) data->pixels = nullptr;
+    return data;
+  }
+
   CImageInfo* Info() { return &info_; }
   CImageData* Data() {
     data_.pixels = bytes_.data() + offset_;
@@ -112,6 +124,13 @@ struct Tables {
 inline void PrintTo(const Tables& t, std::ostream* os) {
   *os << "tables starting red " << t.red[0] << ' ' << t.red[1] << ", green " << t.green[0] << ' '
       << t.green[1] << ", blue " << t.blue[0] << ' ' << t.blue[1];
+}
+
+// The tables of a new object: all zero.
+inline Tables ZeroTables() {
+  Tables zero;
+  for (auto* t : {&zero.red, &zero.green, &zero.blue}) std::fill(t->begin(), t->end(), 0);
+  return zero;
 }
 
 // The object's own tables, read by applying them to a 48-bit image that holds

@@ -344,18 +344,13 @@ TEST(Estimators, RefusedInputChangesNothingAndEmptyRowsNeedNothing) {
         ASSERT_EQ(UnchangedFlag(balance), earlierFlag);
         balance.SetLutDepth(c.depth);
         Image image = SpreadImage();
-        image.Info()->width = c.width;
-        image.Info()->height = c.height;
-        image.Info()->colorFormat = c.colorFormat;
-        CImageData* data = image.Data();
-        if (c.nullPixels) data->pixels = nullptr;
+        CImageData* data = image.Describe(c.width, c.height, c.colorFormat, c.nullPixels);
         Tables tables;
         (balance.*e.caller)(image.Info(), data, tables.red.data(), tables.green.data(),
                             tables.blue.data());
         (balance.*e.own)(image.Info(), data);
         EXPECT_EQ(tables, Tables());
-        CColorBalance fresh;
-        EXPECT_EQ(ReadTables(balance), ReadTables(fresh));
+        EXPECT_EQ(ReadTables(balance), ZeroTables());
         EXPECT_EQ(UnchangedFlag(balance), c.setsUnchanged || earlierFlag);
       }
 }
@@ -380,8 +375,7 @@ TEST(Estimators, BothFormsAgreeAndTouchOnlyTheirOwnTables) {
         EXPECT_EQ(image.Bytes(), pixelsBefore);
         EXPECT_FALSE(own.GetAutoColorBalanceApplied());
         EXPECT_EQ(UnchangedFlag(own), UnchangedFlag(caller));
-        CColorBalance fresh;
-        EXPECT_EQ(ReadTables(caller), ReadTables(fresh));
+        EXPECT_EQ(ReadTables(caller), ZeroTables());
         // Entries the estimator wrote agree; the rest keep each form's initial value.
         const bool written = !UnchangedFlag(own);
         const size_t size = written ? size_t(1) << depth : 0;
