@@ -1,11 +1,9 @@
-// Small images in the three accepted layouts, and a way to read an object's tables.
+// Small images in the three accepted layouts, and ways to observe a balance object.
 #ifndef TAVRIX_TESTS_BALANCE_TEST_SUPPORT_H
 #define TAVRIX_TESTS_BALANCE_TEST_SUPPORT_H
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <ostream>
 #include <random>
 #include <vector>
@@ -14,96 +12,61 @@
 
 namespace balance_test {
 
-constexpr uint8_t kSentinel = 0xA5;  // marks bytes nobody should write
-
+constexpr uint8_t kSentinel = 0xA5;  // bytes nobody should write
 enum class Format { kBgr24, kBgrx32, kBgr48 };
 constexpr Format kFormats[] = {Format::kBgr24, Format::kBgrx32, Format::kBgr48};
-
 inline const char* Name(Format f) {
   return f == Format::kBgr24 ? "24-bit" : f == Format::kBgrx32 ? "32-bit" : "48-bit";
 }
-
-using Bgr = std::array<unsigned, 3>;  // blue, green, red, in memory order
+using Bgr = std::array<unsigned, 3>;  // blue, green, red: memory order
+enum : int { B = 0, G = 1, R = 2 };
 
 class Image {
 public:
-  // padding: bytes after each row's pixels (the stride is imageSize / height).
+  // padding: bytes after each row's pixels; they and fourth bytes hold kSentinel.
   Image(Format format, unsigned width, unsigned height, unsigned padding = 0)
-      : format_(format), stride_(width * PixelBytes(format) + padding),
-        bytes_(size_t(stride_) * height + 1, kSentinel) {
-    info_.width = width;
-    info_.height = height;
-    info_.bitsPerPixel = unsigned(PixelBytes(format) * 8);
-    info_.bitsPerChannel = format == Format::kBgr48 ? 16 : 8;
-    info_.imageSize = stride_ * height;
-    info_.colorFormat = format == Format::kBgrx32 ? eFormatRGBA : eFormatRGB;
+      : format_(format), stride_(unsigned(width * PixelBytes() + padding)),
+        bytes_(size_t(stride_) * height, kSentinel) {
+    info_ = {width, height, unsigned(PixelBytes() * 8), format == Format::kBgr48 ? 16u : 8u,
+             unsigned(bytes_.size()), format == Format::kBgrx32 ? 500u : 200u};
   }
-
-  static Image FromPixels(Format format, unsigned width, unsigned height,
-                          const std::vector<Bgr>& pixels, unsigned padding = 0) {
-    Image image(format, width, height, padding);
+  // Row-major pixels; the height is pixels.size() / width.
+  static Image FromPixels(Format format, unsigned width, const std::vector<Bgr>& pixels,
+                          unsigned padding = 0) {
+    Image image(format, width, unsigned(pixels.size() / width), padding);
     for (unsigned i = 0; i < pixels.size(); ++i) image.Set(i / width, i % width, pixels[i]);
     return image;
   }
-
-  // Channel values drawn uniformly from 0..maxValue.
   static Image Random(Format format, unsigned width, unsigned height, unsigned maxValue,
                       uint32_t seed, unsigned padding = 0) {
     Image image(format, width, height, padding);
     std::mt19937 rng(seed);
     std::uniform_int_distribution<unsigned> value(0, maxValue);
-    for (unsigned r = 0; r < height; ++r)
-      for (unsigned c = 0; c < width; ++c) image.Set(r, c, {value(rng), value(rng), value(rng)});
+    for (unsigned i = 0; i < width * height; ++i)
+      image.Set(i / width, i % width, {value(rng), value(rng), value(rng)});
     return image;
   }
 
-  static size_t PixelBytes(Format f) {
-    return f == Format::kBgr24 ? 3 : f == Format::kBgrx32 ? 4 : 6;
-  }
-
-  // Moves the pixels one byte further into the buffer (48-bit rows at odd addresses).
-  void ShiftByOneByte() {
-    std::memmove(bytes_.data() + 1, bytes_.data(), bytes_.size() - 1);
-    bytes_[0] = kSentinel;
-    offset_ = 1;
-  }
-
-  // Re-describes the same bytes (to make refused or degenerate descriptions);
-  // returns the image data, with null pixels when asked.
+  // Re-describes the same bytes; null pixels when asked.
   CImageData* Describe(unsigned width, unsigned height, unsigned colorFormat, bool nullPixels) {
     info_.width = width;
     info_.height = height;
     info_.colorFormat = colorFormat;
-    CImageData* data = Data();
-    if (nullPixels) data->pixels = nullptr;
-    return data;
+    return nullPixels ? &(data_ = {nullptr}) : Data();
   }
-
   CImageInfo* Info() { return &info_; }
-  CImageData* Data() {
-    data_.pixels = bytes_.data() + offset_;
-    return &data_;
-  }
-  uint8_t* Byte(size_t offset) { return bytes_.data() + offset_ + offset; }
+  CImageData* Data() { return &(data_ = {bytes_.data()}); }
   const std::vector<uint8_t>& Bytes() const { return bytes_; }
+  uint8_t* Byte(size_t offset) { return bytes_.data() + offset; }
   unsigned Stride() const { return stride_; }
-
-  void SetSample(unsigned row, unsigned column, int channel, unsigned value);
-  unsigned Sample(unsigned row, unsigned column, int channel) const;
-  void Set(unsigned row, unsigned column, const Bgr& bgr) {
-    for (int ch = 0; ch < 3; ++ch) SetSample(row, column, ch, bgr[ch]);
-  }
-  Bgr Get(unsigned row, unsigned column) const {
-    return {Sample(row, column, 0), Sample(row, column, 1), Sample(row, column, 2)};
-  }
+  size_t PixelBytes() const { return format_ == Format::kBgr24 ? 3 : format_ == Format::kBgrx32 ? 4 : 6; }
+  void Set(unsigned row, unsigned column, const Bgr& bgr);
+  Bgr Get(unsigned row, unsigned column) const;
 
 private:
-  size_t SampleOffset(unsigned row, unsigned column, int channel) const;
-
   Format format_;
   unsigned stride_;
   std::vector<uint8_t> bytes_;
-  size_t offset_ = 0;
   CImageInfo info_;
   CImageData data_;
 };
@@ -112,25 +75,19 @@ private:
 struct Tables {
   static constexpr size_t kEntries = 65536;
   static constexpr uint16_t kUnwritten = 0xA5A5;
-  std::vector<uint16_t> red = std::vector<uint16_t>(kEntries, kUnwritten);
-  std::vector<uint16_t> green = std::vector<uint16_t>(kEntries, kUnwritten);
-  std::vector<uint16_t> blue = std::vector<uint16_t>(kEntries, kUnwritten);
-  bool operator==(const Tables& o) const {
-    return red == o.red && green == o.green && blue == o.blue;
+  std::array<std::vector<uint16_t>, 3> at;  // by channel: blue, green, red
+  explicit Tables(uint16_t fill = kUnwritten) {
+    for (auto& table : at) table.assign(kEntries, fill);
   }
+  bool operator==(const Tables& o) const { return at == o.at; }
+  bool operator!=(const Tables& o) const { return at != o.at; }
+  uint16_t operator()(int channel, size_t i) const { return at[channel][i]; }
+  unsigned short* red() { return at[R].data(); }
+  unsigned short* green() { return at[G].data(); }
+  unsigned short* blue() { return at[B].data(); }
 };
-
-// Failure messages show where tables start, not 400 KB of bytes.
-inline void PrintTo(const Tables& t, std::ostream* os) {
-  *os << "tables starting red " << t.red[0] << ' ' << t.red[1] << ", green " << t.green[0] << ' '
-      << t.green[1] << ", blue " << t.blue[0] << ' ' << t.blue[1];
-}
-
-// The tables of a new object: all zero.
-inline Tables ZeroTables() {
-  Tables zero;
-  for (auto* t : {&zero.red, &zero.green, &zero.blue}) std::fill(t->begin(), t->end(), 0);
-  return zero;
+inline void PrintTo(const Tables& t, std::ostream* os) {  // a summary, not 400 KB
+  for (int ch : {R, G, B}) *os << t(ch, 0) << ',' << t(ch, 1) << ',' << t(ch, 2) << "...; ";
 }
 
 // The object's own tables, read by applying them to a 48-bit image that holds
@@ -140,34 +97,28 @@ inline Tables ReadTables(CColorBalance& balance) {
   for (unsigned v = 0; v < Tables::kEntries; ++v) probe.Set(0, v, {v, v, v});
   balance.ApplyColorBalance(probe.Info(), probe.Data());
   Tables tables;
-  for (unsigned v = 0; v < Tables::kEntries; ++v) {
-    tables.blue[v] = uint16_t(probe.Sample(0, v, 0));
-    tables.green[v] = uint16_t(probe.Sample(0, v, 1));
-    tables.red[v] = uint16_t(probe.Sample(0, v, 2));
-  }
+  for (unsigned v = 0; v < Tables::kEntries; ++v)
+    for (int ch : {B, G, R}) tables.at[ch][v] = uint16_t(probe.Get(0, v)[ch]);
   return tables;
 }
 
-// Whether the last estimator left the "unchanged" flag set, seen through the
-// caller-table apply (which refuses to run when it is set). The applied flag is
-// restored afterwards.
+// Whether the last estimator found nothing to correct, seen through the
+// caller-table apply (which refuses to run then). The applied flag is restored.
 inline bool UnchangedFlag(CColorBalance& balance) {
   const bool applied = balance.GetAutoColorBalanceApplied();
   balance.SetAutoColorBalanceApplied(false);
   Image one(Format::kBgr24, 1, 1);
   Tables any;
-  balance.ApplyColorBalance(one.Info(), one.Data(), any.red.data(), any.green.data(),
-                            any.blue.data());
+  balance.ApplyColorBalance(one.Info(), one.Data(), any.red(), any.green(), any.blue());
   const bool unchanged = !balance.GetAutoColorBalanceApplied();
   balance.SetAutoColorBalanceApplied(applied);
   return unchanged;
 }
 
-// Fills all 65536 entries of the object's tables with a recognisable pattern:
-// ScaleByMax at depth 16 with gains blue 3, green 5, red 15. Leaves depth 16.
+// Fills all 65536 entries of the object's tables: ScaleByMax at depth 16 with
+// gains blue 3, green 5, red 15.
 inline void FillWithPattern(CColorBalance& balance) {
-  Image peak(Format::kBgr48, 1, 1);
-  peak.Set(0, 0, {21845, 13107, 4369});  // gains 3, 5, 15 at depth 16
+  Image peak = Image::FromPixels(Format::kBgr48, 1, {{21845, 13107, 4369}});
   balance.SetLutDepth(16);
   balance.ScaleByMax(peak.Info(), peak.Data());
 }

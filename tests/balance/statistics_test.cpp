@@ -39,17 +39,17 @@ TEST(ChannelSums, RowTotalsMatchPerValueAdditionWhereverTheSwitchHappens) {
   }
 }
 
-TEST(DeviationSquares, TheMemoGivesThePowerFunctionsBitsEvenWhenSlotsCollide) {
-  // 16-bit values over the whole range collide in the memo's 1024 slots.
-  Image image = Image::Random(Format::kBgr48, 64, 16, 65535, 9);
-  const detail::ImageView view = ViewOf(image);
-  const detail::PerChannel<double> means = {1234.56789, 30000.1, 65000.3};
-  detail::PerChannel<double> plain{};
-  detail::ForEachPixel<detail::Bgr48>(view, [&](const uint8_t* pixel) {
-    for (int c = 0; c < detail::kChannels; ++c)
-      plain[c] += detail::PowerOfTwoDeviation(double(detail::Bgr48::Get(pixel, c)), means[c]);
-  });
-  EXPECT_EQ(detail::SquaredDeviationSums<detail::Bgr48>(view, means), plain);
+TEST(DeviationSquares, AreThePowerFunctionsBitsEvenWhenMemoSlotsCollide) {
+  // The reference calls the power function through a pointer the compiler cannot
+  // see through: pow(d, 2.0) rounds differently from d * d for about 50 of the
+  // 65536 values at this mean (glibc 2.36), which a multiplication would miss.
+  double (*volatile power)(double, double) = std::pow;
+  const double mean = 1234.56789;
+  detail::DeviationSquares<detail::Bgr48> squares(mean);
+  for (uint32_t i = 0; i < 2 * 65536; ++i) {
+    const uint32_t value = (i * 7919u) & 0xFFFF;  // scattered, so slots keep changing hands
+    ASSERT_EQ(squares(value), power(double(value) - mean, 2.0)) << value;
+  }
 }
 
 TEST(LevelConversion, TruncatesThenClampsAndSendsNaNToZero) {
@@ -67,26 +67,14 @@ TEST(LevelConversion, TruncatesThenClampsAndSendsNaNToZero) {
     EXPECT_EQ(detail::ToLevel(c.value, c.fullScale), c.level) << c.value << " / " << c.fullScale;
 }
 
-TEST(LevelConversion, OffsetsTruncateAndSaturate) {
+TEST(LevelConversion, OffsetsSaturateAndTheCountWrapsLikeASigned32BitProduct) {
   EXPECT_EQ(detail::TruncateToInt32(-1.6), -1);
-  EXPECT_EQ(detail::TruncateToInt32(0.9), 0);
   EXPECT_EQ(detail::TruncateToInt32(std::numeric_limits<double>::quiet_NaN()), 0);
   EXPECT_EQ(detail::TruncateToInt32(1e12), INT32_MAX);
   EXPECT_EQ(detail::TruncateToInt32(-1e12), INT32_MIN);
-}
-
-TEST(PixelCount, IsTheSigned32BitProduct) {
   EXPECT_EQ(detail::PixelCount({nullptr, 0, 4096, 3072}), 12582912.0);
   EXPECT_EQ(detail::PixelCount({nullptr, 0, 65536, 32768}), -2147483648.0);
   EXPECT_EQ(detail::PixelCount({nullptr, 0, 65536, 65536}), 0.0);
-}
-
-TEST(TableDepth, AcceptsZeroTo16And31Only) {
-  for (int depth : {-1, 17, 30, 32, 1000}) EXPECT_FALSE(detail::DepthOf(depth)) << depth;
-  EXPECT_EQ(detail::DepthOf(0)->size, 1u);
-  EXPECT_EQ(detail::DepthOf(16)->fullScale, 65535u);
-  EXPECT_FALSE(detail::DepthOf(31)->writesTables);
-  EXPECT_EQ(detail::DepthOf(31)->fullScale, 0x7FFFFFFFu);  // S - 1 wraps from INT_MIN
 }
 
 }  // namespace
