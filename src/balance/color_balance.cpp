@@ -1,0 +1,127 @@
+// The balance object: settings, the offset tables, the dispatchers and the apply pass.
+#include "tavrix/color_balance.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "balance/level_tables.h"
+#include "balance/pixel_layout.h"
+
+namespace tavrix::detail {
+namespace {
+
+constexpr int kOffsetTableDepth = 8;  // offsets and the dispatcher work on 256-entry tables
+constexpr int kOffsetTableEntries = 1 << kOffsetTableDepth;
+
+// Replaces every channel value v by entry v of its table, in place.
+template <class Layout> void ApplyTables(const ImageView& image, const ConstTables& tables) {
+  ForEachPixel<Layout>(image, [&tables](uint8_t* pixel) {
+    for (int c = 0; c < kChannels; ++c)
+      Layout::Put(pixel, c, tables[c][Layout::Get(pixel, c)]);
+  });
+}
+
+// Returns whether the pass ran (the image was there and the layout accepted).
+bool Apply(const CImageInfo* info, const CImageData* data, const ConstTables& tables) {
+  const std::optional<OpenedImage> image = OpenImage(info, data);
+  if (!image || !tables[kBlue] || !tables[kGreen] || !tables[kRed]) return false;
+  WithLayout(image->kind, [&](auto layout) { ApplyTables<decltype(layout)>(image->view, tables); });
+  return true;
+}
+
+uint16_t OffsetEntry(int i, int offset) {
+  return uint16_t(std::clamp<int64_t>(int64_t(i) + offset, 0, kOffsetTableEntries - 1));
+}
+
+}  // namespace
+}  // namespace tavrix::detail
+
+namespace detail = tavrix::detail;
+
+CColorBalance::CColorBalance()
+    : m_lutDepth(0),
+      m_algorithm(eMeanEqualization),
+      m_autoMode(false),
+      m_autoApplied(false),
+      m_unchanged(false),
+      m_redBalance(0),
+      m_greenBalance(0),
+      m_blueBalance(0),
+      m_redLUT(),
+      m_greenLUT(),
+      m_blueLUT() {}
+
+CColorBalance::CColorBalance(CColorBalance const& other) = default;
+CColorBalance& CColorBalance::operator=(CColorBalance const& other) = default;
+CColorBalance::~CColorBalance() = default;
+
+eAlgorithm CColorBalance::GetAlgorithm() { return m_algorithm; }
+void CColorBalance::SetAlgorithm(eAlgorithm algorithm) { m_algorithm = algorithm; }
+bool CColorBalance::GetAutoColorBalanceMode() { return m_autoMode; }
+void CColorBalance::SetAutoColorBalanceMode(bool on) { m_autoMode = on; }
+bool CColorBalance::GetAutoColorBalanceApplied() { return m_autoApplied; }
+void CColorBalance::SetAutoColorBalanceApplied(bool applied) { m_autoApplied = applied; }
+int CColorBalance::GetLutDepth() { return m_lutDepth; }
+void CColorBalance::SetLutDepth(int depth) { m_lutDepth = depth; }
+
+void CColorBalance::SetColorBalance(int red, int green, int blue) {
+  m_redBalance = red;
+  m_greenBalance = green;
+  m_blueBalance = blue;
+}
+
+// The second argument receives green and then blue; the third is never written.
+// Callers depend on this exact behaviour.
+void CColorBalance::GetColorBalance(int& red, int& green, int& /*blue*/) {
+  red = m_redBalance;
+  green = m_greenBalance;
+  green = m_blueBalance;
+}
+
+void CColorBalance::ComputeColorBalance(int red, int green, int blue) {
+  m_lutDepth = detail::kOffsetTableDepth;
+  for (int i = 0; i < detail::kOffsetTableEntries; ++i) {
+    m_redLUT[i] = detail::OffsetEntry(i, red);
+    m_greenLUT[i] = detail::OffsetEntry(i, green);
+    m_blueLUT[i] = detail::OffsetEntry(i, blue);
+  }
+}
+
+void CColorBalance::ComputeColorBalance(CImageInfo* info, CImageData* data) {
+  // Height 0 is refused here too, so that it changes nothing at all.
+  if (info == nullptr || data == nullptr || data->pixels == nullptr || info->height == 0) return;
+  // 8 even for 48-bit images: the dispatcher always builds 256-entry tables.
+  m_lutDepth = detail::kOffsetTableDepth;
+  switch (m_algorithm) {
+    case eMeanEqualization: return MeanEqualization(info, data);
+    case eGrayWorld: return GrayWorld(info, data);
+    case eStandardDeviation: return StandardDeviation(info, data);
+    case eMeanAndStandardDeviation: return MeanAndStandardDeviation(info, data);
+  }
+}
+
+void CColorBalance::ComputeColorBalance(CImageInfo* info, CImageData* data, eAlgorithm algorithm,
+                                        unsigned short* red, unsigned short* green,
+                                        unsigned short* blue) {
+  if (data == nullptr || data->pixels == nullptr) return;
+  switch (algorithm) {
+    case eMeanEqualization: return MeanEqualization(info, data, red, green, blue);
+    case eGrayWorld: return GrayWorld(info, data, red, green, blue);
+    case eStandardDeviation: return StandardDeviation(info, data, red, green, blue);
+    case eMeanAndStandardDeviation: return MeanAndStandardDeviation(info, data, red, green, blue);
+  }
+}
+
+void CColorBalance::ApplyColorBalance(CImageInfo* info, CImageData* data) {
+  detail::Apply(info, data, {m_blueLUT, m_greenLUT, m_redLUT});
+}
+
+void CColorBalance::ApplyColorBalance(CImageInfo* info, CImageData* data, unsigned short* red,
+                                      unsigned short* green, unsigned short* blue) {
+  if (m_unchanged) return;
+  if (detail::Apply(info, data, {blue, green, red})) m_autoApplied = true;
+}
+
+bool CColorBalance::FormatSupported(CImageInfo& info) {
+  return detail::LayoutOf(info).has_value();
+}

@@ -1,0 +1,173 @@
+// The balance object's settings, copies, offset tables and dispatchers.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+
+#include "balance_test_support.h"
+
+namespace {
+
+using namespace balance_test;
+
+TEST(ColorBalanceState, NewObjectDefaultsAndPlainAccessors) {
+  CColorBalance balance;
+  EXPECT_EQ(balance.GetLutDepth(), 0);
+  EXPECT_EQ(balance.GetAlgorithm(), eMeanEqualization);
+  EXPECT_FALSE(balance.GetAutoColorBalanceMode());
+  EXPECT_FALSE(balance.GetAutoColorBalanceApplied());
+  EXPECT_FALSE(UnchangedFlag(balance));
+  EXPECT_EQ(ReadTables(balance), Tables(0));
+  balance.SetLutDepth(-5);
+  balance.SetAlgorithm(eAlgorithm(7));
+  balance.SetAutoColorBalanceMode(true);
+  EXPECT_EQ(balance.GetLutDepth(), -5);
+  EXPECT_EQ(int(balance.GetAlgorithm()), 7);
+  EXPECT_TRUE(balance.GetAutoColorBalanceMode());
+}
+
+TEST(ColorBalanceState, GetColorBalanceWritesBlueIntoTheSecondArgumentAndSkipsTheThird) {
+  CColorBalance balance;
+  int red = -1, green = -1, blue = 77;
+  balance.GetColorBalance(red, green, blue);
+  EXPECT_EQ(red, 0);  // zero from construction
+  balance.SetColorBalance(1, 2, 3);
+  balance.GetColorBalance(red, green, blue);
+  EXPECT_EQ(red, 1);
+  EXPECT_EQ(green, 3);
+  EXPECT_EQ(blue, 77);
+}
+
+TEST(ColorBalanceState, CopiesCarryEveryFieldAndAllOfEachTable) {
+  CColorBalance original;
+  FillWithPattern(original);
+  original.SetAlgorithm(eStandardDeviation);
+  original.SetAutoColorBalanceMode(true);
+  original.SetAutoColorBalanceApplied(true);
+  original.SetColorBalance(4, 5, 6);
+  const Tables expected = ReadTables(original);
+  ASSERT_EQ(expected(R, 65535), 65535);  // the pattern reaches the last entry
+  CColorBalance copied(original), assigned;
+  EXPECT_EQ(&(assigned = original), &assigned);
+  original.ComputeColorBalance(0, 0, 0);  // later changes must not reach the copies
+  for (CColorBalance* copy : {&copied, &assigned}) {
+    EXPECT_EQ(ReadTables(*copy), expected);
+    EXPECT_EQ(copy->GetLutDepth(), 16);
+    EXPECT_EQ(copy->GetAlgorithm(), eStandardDeviation);
+    EXPECT_TRUE(copy->GetAutoColorBalanceMode());
+    EXPECT_TRUE(copy->GetAutoColorBalanceApplied());
+    EXPECT_FALSE(UnchangedFlag(*copy));
+    int red = 0, green = 0, blue = 0;
+    copy->GetColorBalance(red, green, blue);
+    EXPECT_EQ(red, 4);
+    EXPECT_EQ(green, 6);
+  }
+}
+
+TEST(ColorBalanceOffsets, AddClampedOffsetsToTheFirst256EntriesOnly) {
+  const struct {
+    int red, green, blue;
+    Bgr at0, at245, at250;
+  } kCases[] = {{10, 0, -300, {0, 0, 10}, {0, 245, 255}, {0, 250, 255}},
+                {INT_MAX, INT_MIN, 0, {0, 0, 255}, {245, 0, 255}, {250, 0, 255}}};
+  for (const auto& c : kCases) {
+    CColorBalance balance;
+    FillWithPattern(balance);
+    balance.SetAutoColorBalanceApplied(true);
+    Tables expected = ReadTables(balance);
+    balance.ComputeColorBalance(c.red, c.green, c.blue);
+    EXPECT_EQ(balance.GetLutDepth(), 8);
+    const Tables after = ReadTables(balance);
+    for (int ch : {B, G, R}) {
+      EXPECT_EQ(after(ch, 0), c.at0[ch]);
+      EXPECT_EQ(after(ch, 245), c.at245[ch]);
+      EXPECT_EQ(after(ch, 250), c.at250[ch]);
+      std::copy_n(after.at[ch].begin(), 256, expected.at[ch].begin());
+    }
+    EXPECT_EQ(after, expected);  // entries from 256 up as they were
+    EXPECT_TRUE(balance.GetAutoColorBalanceApplied());
+    EXPECT_FALSE(UnchangedFlag(balance));
+  }
+}
+
+// An image every estimator of the dispatcher corrects.
+Image CastImage(Format format) {
+  return Image::FromPixels(format, 3, {{10, 60, 90}, {40, 80, 200}, {20, 70, 150},
+                                       {30, 90, 120}, {50, 100, 180}, {0, 50, 240}});
+}
+
+TEST(ColorBalanceDispatch, RunsTheEstimatorOfTheAlgorithmAtDepth8) {
+  using Estimator = void (CColorBalance::*)(CImageInfo*, CImageData*);
+  const Estimator kByAlgorithm[] = {&CColorBalance::MeanEqualization, &CColorBalance::GrayWorld,
+                                    &CColorBalance::StandardDeviation,
+                                    &CColorBalance::MeanAndStandardDeviation};
+  for (int algorithm = 0; algorithm < 4; ++algorithm)
+    for (Format format : kFormats) {
+      SCOPED_TRACE(testing::Message() << "algorithm " << algorithm << ", " << Name(format));
+      Image image = CastImage(format);
+      CColorBalance dispatched, direct;
+      dispatched.SetLutDepth(16);  // overruled, also for 48-bit images
+      dispatched.SetAlgorithm(eAlgorithm(algorithm));
+      dispatched.ComputeColorBalance(image.Info(), image.Data());
+      EXPECT_EQ(dispatched.GetLutDepth(), 8);
+      direct.SetLutDepth(8);
+      (direct.*kByAlgorithm[algorithm])(image.Info(), image.Data());
+      const Tables tables = ReadTables(dispatched);
+      EXPECT_EQ(tables, ReadTables(direct));
+      EXPECT_NE(tables, Tables(0));
+      EXPECT_EQ(tables(R, 256), 0);
+    }
+}
+
+TEST(ColorBalanceDispatch, WhatRunsNothingAndWhatStillSetsDepth8) {
+  const struct {
+    const char* why;
+    int algorithm;
+    unsigned height, colorFormat;
+    bool nullPixels;
+    int depthAfter;
+  } kCases[] = {
+      {"algorithm 4 runs nothing", 4, 2, 200, false, 8},
+      {"algorithm -1 runs nothing", -1, 2, 200, false, 8},
+      {"an unsupported layout runs nothing", 1, 2, 300, false, 8},
+      {"null pixels change nothing", 1, 2, 200, true, 3},
+      {"height 0 changes nothing", 1, 0, 200, false, 3},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.why);
+    Image image = CastImage(Format::kBgr24);
+    CColorBalance balance;
+    balance.SetLutDepth(3);
+    balance.SetAlgorithm(eAlgorithm(c.algorithm));
+    balance.ComputeColorBalance(image.Info(), image.Describe(3, c.height, c.colorFormat, c.nullPixels));
+    EXPECT_EQ(balance.GetLutDepth(), c.depthAfter);
+    EXPECT_EQ(ReadTables(balance), Tables(0));
+    EXPECT_FALSE(UnchangedFlag(balance));
+  }
+  CColorBalance balance;
+  balance.ComputeColorBalance(nullptr, nullptr);
+  EXPECT_EQ(balance.GetLutDepth(), 0);
+}
+
+TEST(ColorBalanceDispatch, CallerTableFormFillsOnlyTheCallersTablesAtTheCurrentDepth) {
+  Image image = CastImage(Format::kBgr48);
+  for (int algorithm : {0, 1, 2, 3, 4, -1, INT_MIN}) {
+    SCOPED_TRACE(algorithm);
+    CColorBalance balance;
+    FillWithPattern(balance);
+    balance.SetLutDepth(10);
+    balance.SetAlgorithm(eGrayWorld);
+    const Tables ownBefore = ReadTables(balance);
+    Tables tables;
+    balance.ComputeColorBalance(image.Info(), image.Data(), eAlgorithm(algorithm), tables.red(),
+                                tables.green(), tables.blue());
+    EXPECT_EQ(balance.GetLutDepth(), 10);
+    EXPECT_EQ(balance.GetAlgorithm(), eGrayWorld);
+    EXPECT_EQ(ReadTables(balance), ownBefore);
+    const bool runs = algorithm >= 0 && algorithm <= 3;
+    EXPECT_EQ(tables(G, 1023) != Tables::kUnwritten, runs);
+    EXPECT_EQ(tables(G, 1024), Tables::kUnwritten);
+  }
+}
+
+}  // namespace
