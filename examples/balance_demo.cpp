@@ -2,14 +2,13 @@
 // find tables that undo the cast, apply them, and write every result as a PNG.
 #include "balance_demo.h"
 
-#include <png.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "image_io.h"
 #include "tavrix/color_balance.h"
 
 namespace {
@@ -25,29 +24,25 @@ struct BgrImage {
   }
 };
 
-// libpng's simplified interface converts any PNG to 8-bit BGR on the way in.
+// The demonstration's image files hold red, green, blue; the library's 24-bit
+// layout is blue, green, red.
 bool ReadPng(const std::string& path, BgrImage& image) {
-  png_image png = {};
-  png.version = PNG_IMAGE_VERSION;
-  if (!png_image_begin_read_from_file(&png, path.c_str())) return false;
-  png.format = PNG_FORMAT_BGR;
-  image.width = png.width;
-  image.height = png.height;
-  image.bytes.resize(PNG_IMAGE_SIZE(png));
-  if (!png_image_finish_read(&png, nullptr, image.bytes.data(), 0, nullptr)) {
-    png_image_free(&png);
-    return false;
-  }
+  demo::RgbImage rgb;
+  if (!demo::ReadPng(path, rgb)) return false;
+  image.width = unsigned(rgb.width);
+  image.height = unsigned(rgb.height);
+  image.bytes.resize(rgb.data.size());
+  for (std::size_t i = 0; i < rgb.data.size(); i += 3)
+    for (int c = 0; c < 3; ++c) image.bytes[i + c] = static_cast<unsigned char>(rgb.data[i + 2 - c]);
   return true;
 }
 
 bool WritePng(const std::string& path, const BgrImage& image) {
-  png_image png = {};
-  png.version = PNG_IMAGE_VERSION;
-  png.width = image.width;
-  png.height = image.height;
-  png.format = PNG_FORMAT_BGR;
-  return png_image_write_to_file(&png, path.c_str(), 0, image.bytes.data(), 0, nullptr) != 0;
+  demo::RgbImage rgb{int(image.width), int(image.height), 8,
+                     std::vector<std::uint16_t>(image.bytes.size())};
+  for (std::size_t i = 0; i < image.bytes.size(); i += 3)
+    for (int c = 0; c < 3; ++c) rgb.data[i + c] = image.bytes[i + 2 - c];
+  return !demo::WriteImage(path, rgb).empty();
 }
 
 // Where the build says the shared sample images are, if it says so.
