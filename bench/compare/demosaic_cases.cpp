@@ -1,0 +1,150 @@
+// Demosaicing speed: every Tavrix entry point with every algorithm, OpenCV's
+// equivalents, and the two ceilings (memcpy of the output, a streaming copy).
+#include <cstring>
+#include <memory>
+
+#include "cases.h"
+#include "demosaicers.h"
+#include "frames.h"
+#include "suites.h"
+
+#if TAVRIX_BENCH_OPENCV
+#include <opencv2/core.hpp>
+#endif
+
+namespace bench {
+namespace {
+
+// Reads each sample and writes it to every channel of its output pixel: the least
+// work any demosaic with this input and output must do.
+template <class Out, int kChannels, class In>
+void StreamCopy(Out *out, const In *in, std::size_t pixels) {
+  for (std::size_t i = 0; i < pixels; ++i)
+    for (int c = 0; c < kChannels; ++c) out[i * kChannels + c] = Out(in[i]);
+}
+
+void Stream(Entry entry, const Frame &f, void *out) {
+  const std::size_t n = f.Pixels();
+  auto *bytes = static_cast<std::uint8_t *>(out);
+  switch (entry) {
+    case Entry::k8To24: StreamCopy<std::uint8_t, 3>(bytes, f.mosaic8.data(), n); break;
+    case Entry::k8To32: StreamCopy<std::uint8_t, 4>(bytes, f.mosaic8.data(), n); break;
+    case Entry::k16To24: StreamCopy<std::uint8_t, 3>(bytes, f.mosaic16.data(), n); break;
+    case Entry::k16To32: StreamCopy<std::uint8_t, 4>(bytes, f.mosaic16.data(), n); break;
+    case Entry::k16To48:
+      StreamCopy<std::uint16_t, 3>(static_cast<std::uint16_t *>(out), f.mosaic16.data(), n);
+      break;
+  }
+}
+
+std::string Prefix(const Frame &f) {
+  return "demosaic/" + std::to_string(f.width) + "x" + std::to_string(f.height) + "/";
+}
+
+#if TAVRIX_BENCH_OPENCV
+// The peer a Tavrix algorithm is held against: bilinear for the bilinear passes,
+// the edge-aware method for the first-order Laplacian, VNG (8-bit only, else
+// edge-aware) for the direction-selecting second-order Laplacian.
+std::string PeerCase(const Frame &f, Entry entry, eCalculationMode mode) {
+  CvMethod method = mode == eLaplacian1   ? CvMethod::kEdgeAware
+                    : mode == eLaplacian2 ? CvMethod::kVng
+                                          : CvMethod::kBilinear;
+  if (method == CvMethod::kVng && Info(entry).sixteenIn) method = CvMethod::kEdgeAware;
+  // OpenCV writes BGRA only bilinearly: the other methods are held at 24 bits.
+  if (!CvSupports(method, entry)) entry = Info(entry).sixteenIn ? Entry::k16To24 : Entry::k8To24;
+  return Prefix(f) + Info(entry).name + "/opencv_" + CvMethodName(method);
+}
+
+void AddOpenCvCases(const Frame &f, Buffers &buffers) {
+  for (Entry entry : kEntries)
+    for (CvMethod method : {CvMethod::kBilinear, CvMethod::kVng, CvMethod::kEdgeAware}) {
+      if (!CvSupports(method, entry)) continue;
+      const EntryInfo info = Info(entry);
+      AddCase(Prefix(f) + info.name + "/opencv_" + CvMethodName(method), Unit::kMegapixels,
+              f.Pixels(), [&f, &buffers, entry, method, info](benchmark::State &state) {
+                const cv::Mat mosaic =
+                    info.sixteenIn ? cv::Mat(f.height, f.width, CV_16UC1,
+                                             const_cast<std::uint16_t *>(f.mosaic16.data()))
+                                   : cv::Mat(f.height, f.width, CV_8UC1,
+                                             const_cast<std::uint8_t *>(f.mosaic8.data()));
+                // Outputs over the shared buffers, so that OpenCV allocates nothing.
+                const int channels = info.outBytes == 4 ? 4 : 3;
+                const int wideChannels = CvSupports(CvMethod::kBilinear, entry) ? channels : 3;
+                cv::Mat wide(f.height, f.width, CV_16UC(wideChannels), buffers.scratch.data());
+                cv::Mat out(f.height, f.width,
+                            info.sixteenOut ? CV_16UC(channels) : CV_8UC(channels),
+                            buffers.output.data());
+                for (auto _ : state) {
+                  CvConvert(method, entry, kFrameOrigin, mosaic, wide, out);
+                  benchmark::DoNotOptimize(out.data);
+                }
+                if (out.data != buffers.output.data()) state.SkipWithError("OpenCV reallocated");
+              });
+    }
+}
+#endif
+
+}  // namespace
+
+void AddDemosaicCases(const Frame &f, Buffers &buffers) {
+  buffers.Reserve(f.Pixels() * 8);  // up to OpenCV's 16-bit BGRA intermediate
+  const std::string prefix = Prefix(f);
+  const std::string section = "Demosaic " + std::to_string(f.width) + "x" +
+                              std::to_string(f.height) + " (Mpix/s of mosaic pixels)";
+  for (Entry entry : kEntries) {
+    const EntryInfo info = Info(entry);
+    for (eCalculationMode mode : kModes) {
+      auto converter = std::make_shared<CBayerConverter>();
+      converter->SetPatternOrigin(kFrameOrigin);
+      converter->SetCalcMode(mode);
+      const std::string name = prefix + info.name + "/tavrix_" + ModeName(mode);
+      AddCase(name, Unit::kMegapixels, f.Pixels(),
+              [&f, &buffers, converter, entry](benchmark::State &state) {
+                for (auto _ : state) {
+                  TavrixConvert(*converter, entry, f.mosaic8.data(), f.mosaic16.data(), f.width,
+                                f.height, buffers.output.data());
+                  benchmark::ClobberMemory();
+                }
+              });
+      std::string peer;
+#if TAVRIX_BENCH_OPENCV
+      peer = PeerCase(f, entry, mode);
+#endif
+      AddComparison({section, std::string(info.name) + " " + ModeName(mode), name, peer,
+                     prefix + "memcpy_" + std::to_string(info.outBytes) + "B",
+                     prefix + info.name + "/stream"});
+    }
+    AddCase(prefix + info.name + "/stream", Unit::kMegapixels, f.Pixels(),
+            [&f, &buffers, entry](benchmark::State &state) {
+              for (auto _ : state) {
+                Stream(entry, f, buffers.output.data());
+                benchmark::ClobberMemory();
+              }
+            });
+  }
+  for (int bytes : {3, 4, 6})
+    AddMemcpyCase(prefix + "memcpy_" + std::to_string(bytes) + "B", Unit::kMegapixels,
+                  f.Pixels(), f.Pixels() * bytes, buffers);
+#if TAVRIX_BENCH_OPENCV
+  AddOpenCvCases(f, buffers);
+#endif
+}
+
+void AddMemcpyCase(const std::string &name, Unit unit, std::size_t work, std::size_t bytes,
+                   Buffers &buffers) {
+  buffers.Reserve(bytes);
+  AddCase(name, unit, work, [&buffers, bytes](benchmark::State &state) {
+    for (auto _ : state) {
+      std::memcpy(buffers.output.data(), buffers.scratch.data(), bytes);
+      benchmark::ClobberMemory();
+    }
+  });
+}
+
+void Buffers::Reserve(std::size_t bytes) {
+  // Touched once here, so that no case pays for the first page faults.
+  if (output.size() < bytes) output.assign(bytes, 0);
+  if (scratch.size() < bytes) scratch.assign(bytes, 1);
+}
+
+}  // namespace bench
