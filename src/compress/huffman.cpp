@@ -152,7 +152,7 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
   const uint32_t longest = list[leaves - 1].length;
   if (longest == 0) { // a lone leaf at the root: its empty code matches at once
     if (kChecked && outputCapacity < outputCount) return false;
-    std::memset(output, int(list[0].symbol), outputCount);
+    if (outputCount > 0) std::memset(output, int(list[0].symbol), outputCount);
     return true;
   }
 

@@ -31,6 +31,7 @@ TEST(ImageCompress, InitCompressReturnsTheAdvertisedCapacity) {
       {"no codec 4", 4, 1000, 0},
       {"last size before the 32-bit product wraps", 3, 16711935, 16777220},
       {"the product wraps to 256: a 6-byte capacity", 3, 16711936, 6},
+      {"LZ77 wraps alike, though its table gets all 16,777,472 entries", 2, 16711936, 6},
       {"a 4096x4096 8-bit frame", 3, 4096ul * 4096, 65541},
       {"Huffman adds in 32 bits too", 1, 0xFFFFFFFFul, 387},
   };
@@ -50,6 +51,20 @@ TEST(ImageCompress, MaxEncodedSizeHasNoWrap) {
   EXPECT_EQ(CImageCompress::MaxEncodedSize(eHuffman, 1), 390u);
   EXPECT_EQ(CImageCompress::MaxEncodedSize(eCompressType(0), 1000), 0u);
   EXPECT_EQ(CImageCompress::MaxEncodedSize(eCompressType(4), 1000), 0u);
+}
+
+TEST(ImageCompress, CheckedEncoderRefusesTheWrappedCapacity) {
+  // 16,711,936 flat bytes take 2,049 bytes as run-length stream: more than the 6
+  // bytes InitCompress advertises, which the checked encoder does not overrun.
+  const Bytes frame(16711936, 0x00);
+  CImageCompress codec;
+  const unsigned long advertised = codec.InitCompress(eRLE, frame.size());
+  Bytes out(64, kSentinel);
+  EXPECT_EQ(codec.EncodeImage(frame.data(), out.data(), advertised), 0u);
+  EXPECT_EQ(Bytes(out.begin() + long(advertised), out.end()), Bytes(64 - advertised, kSentinel));
+  out.resize(4096);
+  // 510 chunks of 32768 bytes and one of 256, four bytes each.
+  EXPECT_EQ(codec.EncodeImage(frame.data(), out.data(), out.size()), 4u + 1 + 511 * 4);
 }
 
 TEST(ImageCompress, NewObjectEncodesAnEmptyHuffmanImage) {
