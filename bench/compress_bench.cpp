@@ -11,46 +11,23 @@
 // Counters: ratio = encoded / raw size; bytes_per_second counts raw bytes.
 #include "tavrix/image_compress.h"
 
+#include "../tests/compress/test_data.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <map>
 #include <utility>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using tavrix::test::Bytes;
+using tavrix::test::Mosaic;
+using tavrix::test::Repeat;
 
 constexpr int kWidth = 4096, kHeight = 3072;
-
-Bytes Mosaic(int bits, double noise, double level, uint32_t seed) {
-  std::mt19937 rng(seed);
-  std::normal_distribution<double> gauss(0.0, noise);
-  const int maxValue = (1 << bits) - 1;
-  const bool wide = bits > 8;
-  Bytes out(size_t(kWidth) * kHeight * (wide ? 2 : 1));
-  size_t o = 0;
-  for (int y = 0; y < kHeight; ++y)
-    for (int x = 0; x < kWidth; ++x) {
-      const double gain[4] = {0.55, 0.9, 0.9, 0.4};
-      const double scene = level * (0.5 + 0.3 * double(x) / kWidth - 0.2 * double(y) / kHeight +
-                                    0.15 * ((x / 301 + y / 207) % 2));
-      const double v = scene * gain[(y % 2) * 2 + x % 2] * maxValue + gauss(rng);
-      const int s = v < 0 ? 0 : v > maxValue ? maxValue : int(v);
-      out[o++] = uint8_t(s);
-      if (wide) out[o++] = uint8_t(s >> 8);
-    }
-  return out;
-}
-
-Bytes Pattern(size_t n, Bytes pattern) {
-  Bytes out(n);
-  for (size_t i = 0; i < n; ++i) out[i] = pattern[i % pattern.size()];
-  return out;
-}
 
 const Bytes &Frame(const std::string &name) {
   static std::map<std::string, Bytes> frames;
@@ -58,11 +35,11 @@ const Bytes &Frame(const std::string &name) {
   if (found != frames.end()) return found->second;
   const size_t pixels = size_t(kWidth) * kHeight;
   Bytes frame;
-  if (name == "Mosaic8") frame = Mosaic(8, 2.0, 1.0, 1);
-  else if (name == "Mosaic12") frame = Mosaic(12, 6.0, 1.0, 2);
-  else if (name == "FlatMosaic8") frame = Pattern(pixels, {0x5A, 0xC3});
-  else if (name == "Flat16") frame = Pattern(pixels * 2, {0x23, 0x01});
-  else if (name == "DarkNoise10") frame = Mosaic(10, 3.0, 0.0, 3);
+  if (name == "Mosaic8") frame = Mosaic(kWidth, kHeight, 8, 2.0, 1);
+  else if (name == "Mosaic12") frame = Mosaic(kWidth, kHeight, 12, 6.0, 2);
+  else if (name == "FlatMosaic8") frame = Repeat({0x5A, 0xC3}, pixels);
+  else if (name == "Flat16") frame = Repeat({0x23, 0x01}, pixels * 2);
+  else if (name == "DarkNoise10") frame = Mosaic(kWidth, kHeight, 10, 3.0, 3, 0.1);
   else frame = Bytes(size_t(16) << 20, 0x80); // Flat16MiB
   return frames.emplace(name, std::move(frame)).first->second;
 }

@@ -51,6 +51,38 @@ private:
   bool overflowed_ = false;
 };
 
+// Reads payload bytes; the checked instance refuses to read past the end, the
+// trusted one reads on as the stream says.
+template <bool kChecked> class PayloadReader {
+public:
+  PayloadReader(const uint8_t *p, size_t size) : p_(p), end_(p + size) {}
+  bool Get(uint8_t &b) {
+    if (kChecked && p_ == end_) return false;
+    b = *p_++;
+    return true;
+  }
+  bool Peek(uint8_t &b) const {
+    if (kChecked && p_ == end_) return false;
+    b = *p_;
+    return true;
+  }
+  // A big-endian base-128 integer of any number of bytes (wrapping modulo 2^32).
+  bool GetVarLength(uint32_t &value) {
+    value = 0;
+    uint8_t b;
+    do {
+      if (!Get(b)) return false;
+      value = value * 128 + (b & 0x7F);
+    } while (b & 0x80);
+    return true;
+  }
+  bool AtEnd() const { return p_ >= end_; }
+
+private:
+  const uint8_t *p_;
+  const uint8_t *end_;
+};
+
 // ---- shared by the run-length and LZ77 writers ----------------------------------
 
 // Occurrences of each byte value, in 32-bit counters (an image has fewer than 2^32 bytes).

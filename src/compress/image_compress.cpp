@@ -27,6 +27,16 @@ uint32_t GetLengthWord(const void *source) {
   return uint32_t(in[0]) | uint32_t(in[1]) << 8 | uint32_t(in[2]) << 16 | uint32_t(in[3]) << 24;
 }
 
+uint8_t *PayloadOf(void *destination) {
+  return static_cast<uint8_t *>(destination) + kLengthWordSize;
+}
+
+// Stores the length word of a stream whose payload is `payload` bytes; returns its length.
+unsigned long FinishStream(void *destination, uint32_t payload) {
+  PutLengthWord(destination, payload + kLengthWordSize);
+  return payload + kLengthWordSize;
+}
+
 bool KnownType(eCompressType type) { return type == eHuffman || type == eLZ77 || type == eRLE; }
 
 } // namespace
@@ -106,7 +116,7 @@ unsigned long CImageCompress::EncodeImage(const void *source, void *destination,
     return EncodeImage(input, destination);
 
   const auto *in = static_cast<const uint8_t *>(source);
-  uint8_t *payload = static_cast<uint8_t *>(destination) + kLengthWordSize;
+  uint8_t *payload = PayloadOf(destination);
   const size_t capacity = destinationCapacity - kLengthWordSize;
   size_t payloadLength = 0;
   bool fits = false;
@@ -121,9 +131,7 @@ unsigned long CImageCompress::EncodeImage(const void *source, void *destination,
     fits = d::RleEncodeBounded(in, payload, m_imageSize, capacity, &payloadLength);
     break;
   }
-  if (!fits) return 0;
-  PutLengthWord(destination, uint32_t(payloadLength + kLengthWordSize));
-  return uint32_t(payloadLength + kLengthWordSize);
+  return fits ? FinishStream(destination, uint32_t(payloadLength)) : 0;
 }
 
 bool CImageCompress::DecodeImage(void *source, void *destination) {
@@ -164,27 +172,21 @@ bool CImageCompress::DecodeImage(const void *source, unsigned long sourceSize, v
 // word (minus 4, wrapping as 32-bit arithmetic does) and believes it.
 
 unsigned long CImageCompress::EncodeHuffmanImage(void *source, void *destination) {
-  const uint32_t payload = tavrix::detail::HuffmanEncode(
-      static_cast<const uint8_t *>(source), static_cast<uint8_t *>(destination) + kLengthWordSize,
-      m_imageSize);
-  PutLengthWord(destination, payload + kLengthWordSize);
-  return payload + kLengthWordSize;
+  const uint8_t *in = static_cast<const uint8_t *>(source);
+  return FinishStream(destination,
+                      tavrix::detail::HuffmanEncode(in, PayloadOf(destination), m_imageSize));
 }
 
 unsigned long CImageCompress::EncodeLZ77Image(void *source, void *destination) {
-  const uint32_t payload = tavrix::detail::Lz77Encode(
-      static_cast<const uint8_t *>(source), static_cast<uint8_t *>(destination) + kLengthWordSize,
-      m_imageSize, m_matchTable);
-  PutLengthWord(destination, payload + kLengthWordSize);
-  return payload + kLengthWordSize;
+  const uint8_t *in = static_cast<const uint8_t *>(source);
+  return FinishStream(destination, tavrix::detail::Lz77Encode(in, PayloadOf(destination),
+                                                              m_imageSize, m_matchTable));
 }
 
 unsigned long CImageCompress::EncodeRLEImage(void *source, void *destination) {
-  const uint32_t payload = tavrix::detail::RleEncode(
-      static_cast<const uint8_t *>(source), static_cast<uint8_t *>(destination) + kLengthWordSize,
-      m_imageSize);
-  PutLengthWord(destination, payload + kLengthWordSize);
-  return payload + kLengthWordSize;
+  const uint8_t *in = static_cast<const uint8_t *>(source);
+  return FinishStream(destination,
+                      tavrix::detail::RleEncode(in, PayloadOf(destination), m_imageSize));
 }
 
 bool CImageCompress::DecodeHuffmanImage(void *source, void *destination) {

@@ -333,35 +333,6 @@ void Lz77EncodeInto(const uint8_t *input, uint32_t n, uint32_t *table, Sink &out
 
 // ---- the reader ---------------------------------------------------------------------
 
-template <bool kChecked> class PayloadReader {
-public:
-  PayloadReader(const uint8_t *p, size_t size) : p_(p), end_(p + size) {}
-  bool Get(uint8_t &b) {
-    if (kChecked && p_ == end_) return false;
-    b = *p_++;
-    return true;
-  }
-  bool Peek(uint8_t &b) const {
-    if (kChecked && p_ == end_) return false;
-    b = *p_;
-    return true;
-  }
-  bool GetVarLength(uint32_t &value) {
-    value = 0;
-    uint8_t b;
-    do {
-      if (!Get(b)) return false;
-      value = value * 128 + (b & 0x7F);
-    } while (b & 0x80);
-    return true;
-  }
-  bool AtEnd() const { return p_ >= end_; }
-
-private:
-  const uint8_t *p_;
-  const uint8_t *end_;
-};
-
 // Copies byte by byte in increasing order in effect: an overlapping reference
 // repeats the bytes it has just written.
 void CopyMatch(uint8_t *out, size_t distance, size_t length) {

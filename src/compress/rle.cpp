@@ -85,27 +85,11 @@ template <class Sink> void RleEncodeInto(const uint8_t *input, uint32_t n, Sink 
   }
 }
 
-// Reads payload bytes; the checked instance refuses to read past the end.
-template <bool kChecked> class ByteReader {
-public:
-  ByteReader(const uint8_t *p, size_t size) : p_(p), end_(p + size) {}
-  bool Get(uint8_t &b) {
-    if (kChecked && p_ == end_) return false;
-    b = *p_++;
-    return true;
-  }
-  bool AtEnd() const { return p_ >= end_; }
-
-private:
-  const uint8_t *p_;
-  const uint8_t *end_;
-};
-
 template <bool kChecked>
 bool RleDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *output,
                    size_t outputCapacity) {
   if (payloadLength == 0) return true;
-  ByteReader<kChecked> in(payload + 1, payloadLength - 1);
+  PayloadReader<kChecked> in(payload + 1, payloadLength - 1);
   const uint8_t escape = payload[0];
   size_t o = 0;
   do { // the end test follows each token: a payload of the escape byte alone still reads one

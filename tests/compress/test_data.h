@@ -41,9 +41,11 @@ inline Bytes Runs(size_t n, uint32_t seed, int maxRun, int values = 4) {
   return out;
 }
 
-// A Bayer mosaic of a smooth scene plus sensor noise: `bits` per sample, stored as
-// bytes (bits <= 8) or little-endian 16-bit words.
-inline Bytes Mosaic(int width, int height, int bits, double noise, uint32_t seed) {
+// A Bayer mosaic of a smooth scene (scaled by `level`; 0 leaves the noise alone)
+// plus Gaussian sensor noise: `bits` per sample, stored as bytes (bits <= 8) or
+// little-endian 16-bit words. Also the benchmark's frames.
+inline Bytes Mosaic(int width, int height, int bits, double noise, uint32_t seed,
+                    double level = 1.0) {
   std::mt19937 rng(seed);
   std::normal_distribution<double> gauss(0.0, noise);
   const int maxValue = (1 << bits) - 1;
@@ -53,8 +55,8 @@ inline Bytes Mosaic(int width, int height, int bits, double noise, uint32_t seed
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
       const double gain[4] = {0.55, 0.9, 0.9, 0.4}; // R, G, G, B of an RGGB cell
-      const double scene = 0.5 + 0.3 * double(x) / width - 0.2 * double(y) / height +
-                           0.1 * ((x / 97 + y / 61) % 2);
+      const double scene = level * (0.5 + 0.3 * double(x) / width - 0.2 * double(y) / height +
+                                    0.1 * ((x / 97 + y / 61) % 2));
       const double v = scene * gain[(y % 2) * 2 + x % 2] * maxValue + gauss(rng);
       const int s = v < 0 ? 0 : v > maxValue ? maxValue : int(v);
       out[o++] = uint8_t(s);
