@@ -61,6 +61,24 @@ void Report(benchmark::State &state, const Bytes &frame, unsigned long streamLen
   state.counters["ratio"] = double(streamLength) / double(frame.size());
 }
 
+// The stream of one codec and frame, encoded once for all decode benchmarks (an
+// LZ77 encode of a noisy frame takes minutes).
+std::map<std::pair<int, std::string>, Bytes> &Streams() {
+  static std::map<std::pair<int, std::string>, Bytes> streams;
+  return streams;
+}
+
+const Bytes &Stream(eCompressType type, const std::string &name) {
+  auto &streams = Streams();
+  const auto key = std::make_pair(int(type), name);
+  auto found = streams.find(key);
+  if (found != streams.end()) return found->second;
+  const Bytes &frame = Frame(name);
+  Setup s(type, frame);
+  s.stream.resize(s.codec.EncodeImage(const_cast<uint8_t *>(frame.data()), s.stream.data()));
+  return streams.emplace(key, std::move(s.stream)).first->second;
+}
+
 void Encode(benchmark::State &state, eCompressType type, const std::string &name) {
   const Bytes &frame = Frame(name);
   Setup s(type, frame);
@@ -70,20 +88,9 @@ void Encode(benchmark::State &state, eCompressType type, const std::string &name
   }
   if (s.streamLength > CImageCompress::MaxEncodedSize(type, frame.size()))
     state.SkipWithError("stream beyond the bound");
+  s.stream.resize(s.streamLength);
+  Streams()[std::make_pair(int(type), name)] = s.stream;
   Report(state, frame, s.streamLength);
-}
-
-// The stream of one codec and frame, encoded once for all decode benchmarks (an
-// LZ77 encode of a noisy frame takes minutes).
-const Bytes &Stream(eCompressType type, const std::string &name) {
-  static std::map<std::pair<int, std::string>, Bytes> streams;
-  const auto key = std::make_pair(int(type), name);
-  auto found = streams.find(key);
-  if (found != streams.end()) return found->second;
-  const Bytes &frame = Frame(name);
-  Setup s(type, frame);
-  s.stream.resize(s.codec.EncodeImage(const_cast<uint8_t *>(frame.data()), s.stream.data()));
-  return streams.emplace(key, std::move(s.stream)).first->second;
 }
 
 void Decode(benchmark::State &state, eCompressType type, const std::string &name, bool checked) {
