@@ -51,6 +51,20 @@ private:
   bool overflowed_ = false;
 };
 
+// Runs a payload writer `write(sink)` into `output` through each kind of sink.
+template <class Write> uint32_t WriteUnbounded(uint8_t *output, Write write) {
+  UnboundedSink out(output);
+  write(out);
+  return uint32_t(out.Size());
+}
+template <class Write>
+bool WriteBounded(uint8_t *output, size_t capacity, size_t *payloadLength, Write write) {
+  BoundedSink out(output, capacity);
+  write(out);
+  *payloadLength = out.Size();
+  return !out.Overflowed();
+}
+
 // Reads payload bytes; the checked instance refuses to read past the end, the
 // trusted one reads on as the stream says.
 template <bool kChecked> class PayloadReader {

@@ -382,24 +382,21 @@ bool Lz77DecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *outpu
 } // namespace
 
 uint32_t Lz77Encode(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable) {
-  UnboundedSink out(output);
-  Lz77EncodeInto<FastSearch>(input, n, matchTable, out);
-  return uint32_t(out.Size());
+  return WriteUnbounded(
+      output, [&](auto &out) { Lz77EncodeInto<FastSearch>(input, n, matchTable, out); });
 }
 
 bool Lz77EncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable,
                        size_t capacity, size_t *payloadLength) {
-  BoundedSink out(output, capacity);
-  Lz77EncodeInto<FastSearch>(input, n, matchTable, out);
-  *payloadLength = out.Size();
-  return !out.Overflowed();
+  return WriteBounded(output, capacity, payloadLength, [&](auto &out) {
+    Lz77EncodeInto<FastSearch>(input, n, matchTable, out);
+  });
 }
 
 uint32_t Lz77EncodeReference(const uint8_t *input, uint8_t *output, uint32_t n,
                              uint32_t *matchTable) {
-  UnboundedSink out(output);
-  Lz77EncodeInto<ReferenceSearch>(input, n, matchTable, out);
-  return uint32_t(out.Size());
+  return WriteUnbounded(
+      output, [&](auto &out) { Lz77EncodeInto<ReferenceSearch>(input, n, matchTable, out); });
 }
 
 void Lz77Decode(const uint8_t *payload, uint8_t *output, uint32_t payloadLength) {

@@ -122,17 +122,13 @@ bool RleDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *output
 } // namespace
 
 uint32_t RleEncode(const uint8_t *input, uint8_t *output, uint32_t n) {
-  UnboundedSink out(output);
-  RleEncodeInto(input, n, out);
-  return uint32_t(out.Size());
+  return WriteUnbounded(output, [&](auto &out) { RleEncodeInto(input, n, out); });
 }
 
 bool RleEncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, size_t capacity,
                       size_t *payloadLength) {
-  BoundedSink out(output, capacity);
-  RleEncodeInto(input, n, out);
-  *payloadLength = out.Size();
-  return !out.Overflowed();
+  return WriteBounded(output, capacity, payloadLength,
+                      [&](auto &out) { RleEncodeInto(input, n, out); });
 }
 
 void RleDecode(const uint8_t *payload, uint8_t *output, uint32_t payloadLength) {
