@@ -1,0 +1,190 @@
+// Payload writers and readers of the three codecs. The frame (image_compress.cpp)
+// adds and strips the 4-byte length word; everything here sees payloads only.
+//
+// Each writer exists once, as a template over its output sink: the unbounded sink
+// serves the trusted encoder, the bounded one the encoder that is given a capacity.
+// Each reader exists once, as a template over `kChecked`: the trusted instance
+// believes the stream, the checked one tests every read and write against the
+// buffer ends and reports a malformed stream by returning false.
+#ifndef TAVRIX_SRC_COMPRESS_CODECS_H
+#define TAVRIX_SRC_COMPRESS_CODECS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace tavrix::detail {
+
+// ---- output sinks -------------------------------------------------------------
+
+// The caller sized the buffer from MaxEncodedSize: no test per byte.
+class UnboundedSink {
+public:
+  explicit UnboundedSink(uint8_t *out) : begin_(out), pos_(out) {}
+  void Put(uint8_t b) { *pos_++ = b; }
+  bool Overflowed() const { return false; }
+  size_t Size() const { return size_t(pos_ - begin_); }
+
+private:
+  uint8_t *begin_;
+  uint8_t *pos_;
+};
+
+// Writes until `capacity` bytes, then only remembers that the payload did not fit.
+class BoundedSink {
+public:
+  BoundedSink(uint8_t *out, size_t capacity) : begin_(out), pos_(out), end_(out + capacity) {}
+  void Put(uint8_t b) {
+    if (pos_ == end_) {
+      overflowed_ = true;
+      return;
+    }
+    *pos_++ = b;
+  }
+  bool Overflowed() const { return overflowed_; }
+  size_t Size() const { return size_t(pos_ - begin_); }
+
+private:
+  uint8_t *begin_;
+  uint8_t *pos_;
+  uint8_t *end_;
+  bool overflowed_ = false;
+};
+
+// Runs a payload writer `write(sink)` into `output` through each kind of sink.
+template <class Write> uint32_t WriteUnbounded(uint8_t *output, Write write) {
+  UnboundedSink out(output);
+  write(out);
+  return uint32_t(out.Size());
+}
+template <class Write>
+bool WriteBounded(uint8_t *output, size_t capacity, size_t *payloadLength, Write write) {
+  BoundedSink out(output, capacity);
+  write(out);
+  *payloadLength = out.Size();
+  return !out.Overflowed();
+}
+
+// Reads payload bytes; the checked instance refuses to read past the end, the
+// trusted one reads on as the stream says.
+template <bool kChecked> class PayloadReader {
+public:
+  PayloadReader(const uint8_t *p, size_t size) : p_(p), end_(p + size) {}
+  bool Get(uint8_t &b) {
+    if (kChecked && p_ == end_) return false;
+    b = *p_++;
+    return true;
+  }
+  bool Peek(uint8_t &b) const {
+    if (kChecked && p_ == end_) return false;
+    b = *p_;
+    return true;
+  }
+  // A big-endian base-128 integer of any number of bytes (wrapping modulo 2^32).
+  bool GetVarLength(uint32_t &value) {
+    value = 0;
+    uint8_t b;
+    do {
+      if (!Get(b)) return false;
+      value = value * 128 + (b & 0x7F);
+    } while (b & 0x80);
+    return true;
+  }
+  bool AtEnd() const { return p_ >= end_; }
+
+private:
+  const uint8_t *p_;
+  const uint8_t *end_;
+};
+
+// ---- shared by the run-length and LZ77 writers ----------------------------------
+
+// Occurrences of each byte value, in 32-bit counters (an image has fewer than 2^32 bytes).
+void CountBytes(const uint8_t *input, uint32_t n, uint32_t counts[256]);
+
+// The least frequent byte value, the smallest one on ties.
+uint8_t ChooseEscape(const uint32_t counts[256]);
+
+// ---- run-length codec ---------------------------------------------------------
+
+uint32_t RleEncode(const uint8_t *input, uint8_t *output, uint32_t n);
+// Returns false (payload length undefined) when the payload would exceed `capacity`.
+bool RleEncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, size_t capacity,
+                      size_t *payloadLength);
+void RleDecode(const uint8_t *payload, uint8_t *output, uint32_t payloadLength);
+bool RleDecodeChecked(const uint8_t *payload, size_t payloadLength, uint8_t *output,
+                      size_t outputCapacity);
+
+// ---- LZ77 codec ---------------------------------------------------------------
+
+inline constexpr uint32_t kNoPosition = 0xFFFFFFFFu; // end of a hash chain
+inline constexpr size_t kHashHeads = 65536;          // table entries before the chains
+
+uint32_t Lz77Encode(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable);
+bool Lz77EncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable,
+                       size_t capacity, size_t *payloadLength);
+// The same payload from the literal search (every chain walked byte by byte):
+// the reference the fast search is tested against.
+uint32_t Lz77EncodeReference(const uint8_t *input, uint8_t *output, uint32_t n,
+                             uint32_t *matchTable);
+void Lz77Decode(const uint8_t *payload, uint8_t *output, uint32_t payloadLength);
+bool Lz77DecodeChecked(const uint8_t *payload, size_t payloadLength, uint8_t *output,
+                       size_t outputCapacity);
+
+// Big-endian base-128 integers: fewest bytes on writing, any number on reading
+// (the value wraps modulo 2^32).
+uint32_t WriteVarLength(uint32_t value, uint8_t *output);
+uint32_t ReadVarLength(const uint8_t *input, uint32_t *result);
+
+// ---- Huffman codec ------------------------------------------------------------
+
+class BitWriter;
+
+// Code of every byte value, built from the byte counts.
+struct CodeTable {
+  uint32_t code[256];   // right-aligned code bits
+  uint32_t length[256]; // 0: no code
+};
+
+// Builds the code for the byte counts (not all 0) by splitting the count-sorted
+// values top-down, and writes the tree bits through `writer` unless it is null.
+// Returns false when one of the 255 most frequent values gets a code longer than 32
+// bits, or when the counts add up to 2^32 - 1 (halving the root weight wraps to 0
+// in 32 bits and the split would never end).
+bool BuildCode(const uint32_t counts[256], CodeTable &table, BitWriter *writer);
+
+uint32_t HuffmanEncode(const uint8_t *input, uint8_t *output, uint32_t n);
+bool HuffmanEncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, size_t capacity,
+                          size_t *payloadLength);
+void HuffmanDecode(const uint8_t *payload, uint8_t *output, uint32_t payloadLength,
+                   uint32_t outputCount);
+bool HuffmanDecodeChecked(const uint8_t *payload, size_t payloadLength, uint8_t *output,
+                          size_t outputCapacity, uint32_t outputCount);
+// The plain reader (per output byte a linear search of the length-sorted codes,
+// bits fetched as longer codes are tried): the reference of the table-driven one.
+void HuffmanDecodeReference(const uint8_t *payload, uint8_t *output, uint32_t payloadLength,
+                            uint32_t outputCount);
+
+// ---- small helpers --------------------------------------------------------------
+
+inline uint32_t Load32(const uint8_t *p) {
+  uint32_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+inline uint64_t Load64(const uint8_t *p) {
+  uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// Number of leading bytes equal in a and b, from `start` up to `limit` (start itself
+// if start >= limit), eight bytes per comparison. Reads a and b below `limit` only.
+size_t MatchLength(const uint8_t *a, const uint8_t *b, size_t start, size_t limit);
+
+// Number of bytes from p[0] on that equal p[0], at most `limit` (limit >= 1).
+size_t RunLength(const uint8_t *p, size_t limit);
+
+} // namespace tavrix::detail
+
+#endif

@@ -1,0 +1,166 @@
+// Huffman payloads worked out by hand, the code-length bound behind MaxEncodedSize,
+// and the table-driven decoder against the plain linear search.
+#include "compress/bit_io.h"
+#include "test_data.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace tavrix::test {
+namespace {
+
+Bytes HuffmanStream(const Bytes &input, uint8_t fill) {
+  CImageCompress codec;
+  codec.InitCompress(eHuffman, input.size());
+  Bytes out(size_t(CImageCompress::MaxEncodedSize(eHuffman, input.size())), fill);
+  out.resize(codec.EncodeImage(const_cast<uint8_t *>(input.data()), out.data()));
+  return out;
+}
+
+Bytes Payload(const Bytes &stream) { return Bytes(stream.begin() + 4, stream.end()); }
+
+TEST(Huffman, OneByteStreamKeepsThePaddingBits) {
+  // Tree 0 1 1 01000001 0, data bit 0: 0x68, then 00100 and three untouched bits.
+  EXPECT_EQ(HuffmanStream({0x41}, 0xA5), (Bytes{6, 0, 0, 0, 0x68, 0x25}));
+  EXPECT_EQ(HuffmanStream({0x41}, 0x00), (Bytes{6, 0, 0, 0, 0x68, 0x20}));
+}
+
+TEST(Huffman, GoldenPayloads) {
+  struct Case {
+    const char *why;
+    Bytes input;
+    std::string bits;
+  };
+  const Case cases[] = {
+      {"two symbols, 3:1", {0, 0, 0, 1}, "0 1 1 00000000 1 1 00000001  0 0 0 1"},
+      {"equal counts: the smaller value gets code 0", {1, 0}, "0 1 1 00000000 1 1 00000001  1 0"},
+      {"one value 1000 times: one-bit code 0", Bytes(1000, 0x07),
+       "0 1 1 00000111 0" + std::string(1000, '0')},
+      {"three symbols 2:1:1: split after the first", {5, 6, 5, 7},
+       "0 1 1 00000101 1 0 1 1 00000110 1 1 00000111  0 10 0 11"},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(Payload(HuffmanStream(c.input, kSentinel)), PackBits(c.bits, kSentinel));
+  }
+  EXPECT_EQ(HuffmanStream(Bytes(1000, 0x07), 0).size(), 4u + 127u);
+}
+
+TEST(Huffman, EveryValueOnceGetsEightBitCodes) {
+  Bytes all(256);
+  std::iota(all.begin(), all.end(), uint8_t(0));
+  uint32_t counts[256];
+  std::fill(counts, counts + 256, 1u);
+  detail::CodeTable code;
+  ASSERT_TRUE(detail::BuildCode(counts, code, nullptr));
+  EXPECT_EQ(std::count(code.length, code.length + 256, 8u), 256);
+  // 3069 tree bits (255 internal nodes) and 2048 data bits end in byte 640.
+  EXPECT_EQ(HuffmanStream(all, 0).size(), 4u + 640u);
+}
+
+TEST(Huffman, RandomBytesOutgrowTheAdvertisedCapacity) {
+  const Bytes noise = RandomBytes(65536, 12345);
+  CImageCompress codec;
+  const unsigned long advertised = codec.InitCompress(eHuffman, noise.size());
+  const Bytes stream = HuffmanStream(noise, 0);
+  EXPECT_GT(stream.size(), advertised);
+  EXPECT_LE(stream.size(), CImageCompress::MaxEncodedSize(eHuffman, noise.size()));
+}
+
+// Data bits of the code for these counts, or -1 when the code cannot be built.
+long long DataBits(const uint32_t counts[256]) {
+  detail::CodeTable code;
+  if (!detail::BuildCode(counts, code, nullptr)) return -1;
+  long long bits = 0;
+  for (int v = 0; v < 256; ++v) bits += (long long)counts[v] * code.length[v];
+  return bits;
+}
+
+TEST(Huffman, CodeLengthsStayWithinTheBoundOnAdversarialCounts) {
+  // MaxEncodedSize rests on: data bits <= n * (8 + 17/32). Near-uniform counts are
+  // the worst case (the split then lands off the middle of the values); a hill
+  // climb from several of them must not find counts that break the bound.
+  std::mt19937 rng(77);
+  double worst = 0;
+  for (int start = 0; start < 12; ++start) {
+    uint32_t counts[256];
+    const int present = start < 6 ? 256 : 129 + start * 10;
+    for (int v = 0; v < 256; ++v) counts[v] = v < present ? 40 + rng() % (1 + start * 3) : 0;
+    auto ratio = [&](const uint32_t *c) {
+      const long long n = std::accumulate(c, c + 256, 0ll);
+      return double(DataBits(c)) / double(n);
+    };
+    double current = ratio(counts);
+    for (int step = 0; step < 1500; ++step) {
+      uint32_t trial[256];
+      std::copy(counts, counts + 256, trial);
+      const int a = int(rng() % uint32_t(present)), b = int(rng() % uint32_t(present));
+      const uint32_t moved = 1 + rng() % 3;
+      if (trial[a] <= moved) continue;
+      trial[a] -= moved;
+      trial[b] += moved;
+      const double r = ratio(trial);
+      if (r >= current) {
+        current = r;
+        std::copy(trial, trial + 256, counts);
+      }
+    }
+    const long long n = std::accumulate(counts, counts + 256, 0ll);
+    EXPECT_LE(DataBits(counts) * 32, n * 273) << "start " << start;
+    worst = std::max(worst, current);
+  }
+  EXPECT_GT(worst, 8.0) << "the search should find codes longer than 8 bits a byte";
+}
+
+TEST(Huffman, CountsOfTwoToThe32MinusOneCannotBeSplit) {
+  uint32_t counts[256] = {};
+  counts[0] = 0xFFFFFFFEu;
+  counts[1] = 1;
+  EXPECT_EQ(DataBits(counts), -1);
+  counts[0] = 0xFFFFFFFDu; // one less: an ordinary two-leaf tree
+  EXPECT_EQ(DataBits(counts), 0xFFFFFFFEll);
+}
+
+TEST(Huffman, UnmatchedPatternsConsumeTheLongestCodeAndWriteNothing) {
+  // Root: left child internal with only a left leaf A (code 00); right leaf B (code 1).
+  // Data 00 01 1 00: A, nothing (01 matches no code), B, A.
+  const Bytes payload = PackBits("0 1 0 1 1 01000001 0 1 1 01000010  00 01 1 00", 0);
+  for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
+    Bytes out(5, kSentinel);
+    decode(payload.data(), out.data(), uint32_t(payload.size()), 4);
+    EXPECT_EQ(out, (Bytes{'A', 'B', 'A', kSentinel, kSentinel}));
+  }
+}
+
+TEST(Huffman, TableDecoderMatchesTheLinearSearch) {
+  // Skewed data gives codes longer than the table; random payloads give every kind
+  // of tree, with missing children and unmatched patterns.
+  std::vector<Bytes> payloads;
+  std::mt19937 rng(99);
+  Bytes skewed(40000);
+  for (auto &b : skewed) b = uint8_t(__builtin_ctz(rng() | 0x80000u) * 13); // geometric counts
+  payloads.push_back(Payload(HuffmanStream(skewed, 0)));
+  payloads.push_back(Payload(HuffmanStream(Mosaic(64, 64, 12, 40.0, 3), 0)));
+  for (int k = 0; k < 300; ++k) payloads.push_back(RandomBytes(1 + rng() % 600, 1000 + k));
+  for (const Bytes &payload : payloads) {
+    const uint32_t count = payload.size() > 1000 ? 40000 : 700;
+    Bytes fast(count, kSentinel), plain(count, kSentinel);
+    detail::HuffmanDecode(payload.data(), fast.data(), uint32_t(payload.size()), count);
+    detail::HuffmanDecodeReference(payload.data(), plain.data(), uint32_t(payload.size()), count);
+    ASSERT_EQ(fast, plain);
+  }
+}
+
+TEST(Huffman, BitWriterKeepsUntouchedBitsOfTheLastByte) {
+  Bytes out(3, 0xFF);
+  detail::BitWriter writer(out.data());
+  writer.Put(0x0, 4);
+  writer.Put(0x2, 5); // 0000 0001 | 0, then seven bits left as they were
+  EXPECT_EQ(writer.Finish(), 2u);
+  EXPECT_EQ(out, (Bytes{0x01, 0x7F, 0xFF}));
+}
+
+} // namespace
+} // namespace tavrix::test

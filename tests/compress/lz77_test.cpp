@@ -1,0 +1,160 @@
+// LZ77 payloads worked out by hand, and the fast search against the literal one.
+#include "compress/codecs.h"
+#include "test_data.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace tavrix::test {
+namespace {
+
+using Encoder = uint32_t (*)(const uint8_t *, uint8_t *, uint32_t, uint32_t *);
+
+Bytes Lz77Payload(const Bytes &input, Encoder encode = detail::Lz77Encode) {
+  std::vector<uint32_t> table(detail::kHashHeads + input.size(), 0xDEADBEEF);
+  Bytes out(input.size() + input.size() / 256 + 1, kSentinel);
+  out.resize(encode(input.data(), out.data(), uint32_t(input.size()), table.data()));
+  return out;
+}
+
+// `count` distinct bytes from `first` on, in shuffled order: no pair of bytes repeats.
+Bytes Distinct(int first, int count, uint32_t seed) {
+  Bytes out(size_t(count), 0);
+  std::iota(out.begin(), out.end(), uint8_t(first));
+  std::shuffle(out.begin(), out.end(), std::mt19937(seed));
+  return out;
+}
+
+TEST(Lz77, VarLengthUsesFewestBytes) {
+  struct Case {
+    uint32_t value;
+    Bytes bytes;
+  };
+  const Case cases[] = {{0, {0x00}},
+                        {127, {0x7F}},
+                        {128, {0x81, 0x00}},
+                        {16383, {0xFF, 0x7F}},
+                        {16384, {0x81, 0x80, 0x00}},
+                        {2097151, {0xFF, 0xFF, 0x7F}},
+                        {268435456, {0x81, 0x80, 0x80, 0x80, 0x00}},
+                        {0xFFFFFFFF, {0x8F, 0xFF, 0xFF, 0xFF, 0x7F}}};
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.value);
+    uint8_t buffer[8];
+    const uint32_t written = detail::WriteVarLength(c.value, buffer);
+    EXPECT_EQ(Bytes(buffer, buffer + written), c.bytes);
+    uint32_t read = 0;
+    EXPECT_EQ(detail::ReadVarLength(c.bytes.data(), &read), c.bytes.size());
+    EXPECT_EQ(read, c.value);
+  }
+  const Bytes padded = {0x80, 0x80, 0x81, 0x00}; // leading empty groups are accepted
+  uint32_t read = 0;
+  EXPECT_EQ(detail::ReadVarLength(padded.data(), &read), 4u);
+  EXPECT_EQ(read, 128u);
+}
+
+TEST(Lz77, GoldenPayloads) {
+  const Bytes x8 = Distinct(1, 8, 1), x128 = Distinct(1, 128, 2);
+  const Bytes abcd = {'A', 'B', 'C', 'D'};
+  Bytes all(256);
+  std::iota(all.begin(), all.end(), uint8_t(0));
+  struct Case {
+    const char *why;
+    Bytes input;
+    Bytes payload;
+  };
+  const Case cases[] = {
+      {"one byte: escape 0x00", {0x41}, {0x00, 0x41}},
+      {"one zero byte: escape 0x01", {0x00}, {0x01, 0x00}},
+      {"8 x 0x41: four literals, then length 4 at distance 4", Bytes(8, 0x41),
+       {0x00, 0x41, 0x41, 0x41, 0x41, 0x00, 0x04, 0x04}},
+      {"repeat of 4 at distance 127 is a match",
+       Concat({abcd, Distinct(0x80, 123, 3), abcd}),
+       Concat({{0x00}, abcd, Distinct(0x80, 123, 3), {0x00, 0x04, 0x7F}})},
+      {"repeat of 4 at distance 128 stays literal",
+       Concat({abcd, Distinct(0x80, 124, 4), abcd}),
+       Concat({{0x00}, abcd, Distinct(0x80, 124, 4), abcd})},
+      {"length and distance 128 take two bytes each", Concat({x128, x128}),
+       Concat({{0x00}, x128, {0x00, 0x81, 0x00, 0x81, 0x00}})},
+      {"a match may run to the very end", Concat({x8, x8}),
+       Concat({{0x00}, x8, {0x00, 0x08, 0x08}})},
+      {"fewer than 4 left after a token: literals although they repeat",
+       Concat({x8, x8, {x8[0], x8[1], x8[2]}}),
+       Concat({{0x00}, x8, {0x00, 0x08, 0x08, x8[0], x8[1], x8[2]}})},
+      {"every value once: the escape 0x00 as a literal is doubled", all,
+       Concat({{0x00, 0x00, 0x00}, Bytes(all.begin() + 1, all.end())})},
+  };
+  for (const Case &c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(Lz77Payload(c.input), c.payload);
+    EXPECT_EQ(Lz77Payload(c.input, detail::Lz77EncodeReference), c.payload);
+  }
+}
+
+TEST(Lz77, NearestOfEqualLengthsWins) {
+  const Bytes key = {'W', 'X', 'Y', 'Z'};
+  const Bytes input = Concat({key, {1, 2, 3, 4, 5}, key, {6, 7, 8}, key});
+  // The last key matches 4 bytes at distances 7 and 16; the nearer one is taken.
+  EXPECT_EQ(Lz77Payload(input),
+            Concat({{0x00}, key, {1, 2, 3, 4, 5}, {0x00, 0x04, 0x09}, {6, 7, 8}, {0x00, 0x04, 0x07}}));
+}
+
+TEST(Lz77, DecoderRepeatsOverlappingReferences) {
+  // The writer never overlaps, but a length beyond the distance repeats the bytes
+  // just written.
+  const Bytes payload = {0x00, 0x41, 0x42, 0x00, 0x07, 0x02};
+  Bytes out(10, kSentinel);
+  detail::Lz77Decode(payload.data(), out.data(), uint32_t(payload.size()));
+  EXPECT_EQ(out, (Bytes{0x41, 0x42, 0x41, 0x42, 0x41, 0x42, 0x41, 0x42, 0x41, kSentinel}));
+}
+
+TEST(Lz77, FastSearchMatchesTheLiteralSearch) {
+  Bytes runsAndBreaks; // runs of one value with single other bytes between them
+  for (int k = 0; k < 60; ++k) {
+    runsAndBreaks.insert(runsAndBreaks.end(), size_t(3 + (k * 37) % 90), 0x55);
+    runsAndBreaks.push_back(uint8_t(k % 3));
+  }
+  const Bytes period13 = Concat({Repeat({9, 1, 9, 2, 9, 1, 9, 3, 4, 4, 4, 4, 4}, 3000)});
+  const struct {
+    const char *why;
+    Bytes input;
+  } cases[] = {
+      {"flat", Bytes(4000, 0x33)},
+      {"flat with a different tail", Concat({Bytes(3000, 7), {1, 2, 3, 4, 5}})},
+      {"flat in parts", Concat({Bytes(700, 7), {1}, Bytes(1500, 7), {2}, Bytes(900, 7)})},
+      {"runs of one value between other bytes", runsAndBreaks},
+      {"two alternating values", Repeat({0x10, 0xF0}, 5001)},
+      {"period 3 then another period", Concat({Repeat({1, 2, 3}, 3000), Repeat({1, 2, 3, 1, 2}, 3000)})},
+      {"period 13 with a run inside", period13},
+      {"period 70, beyond the closed form", Repeat(RandomBytes(70, 21), 8000)},
+      {"runs over few values", Runs(20000, 22, 40, 3)},
+      {"long runs", Runs(40000, 23, 3000, 2)},
+      {"binary noise", RandomBytes(6000, 24, 2)},
+      {"four-value noise", RandomBytes(20000, 25, 4)},
+      {"uniform noise", RandomBytes(20000, 26)},
+      {"8-bit mosaic", Mosaic(64, 64, 8, 1.5, 27)},
+      {"flat 8-bit mosaic cells", Mosaic(64, 64, 8, 0.0, 28)},
+      {"10-bit dark noise in 16-bit words", Mosaic(64, 48, 10, 3.0, 29)},
+      {"12-bit mosaic in 16-bit words", Mosaic(64, 48, 12, 8.0, 30)},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.why);
+    EXPECT_EQ(Lz77Payload(c.input), Lz77Payload(c.input, detail::Lz77EncodeReference));
+  }
+}
+
+TEST(Lz77, FastSearchMatchesTheLiteralSearchOnEveryShortInput) {
+  // Every input of up to 10 bytes over {0, 1}: all overlaps, runs and tails.
+  for (int n = 1; n <= 10; ++n)
+    for (uint32_t bits = 0; bits < (1u << n); ++bits) {
+      Bytes input(size_t(n), 0);
+      for (int k = 0; k < n; ++k) input[size_t(k)] = uint8_t((bits >> k) & 1);
+      ASSERT_EQ(Lz77Payload(input), Lz77Payload(input, detail::Lz77EncodeReference))
+          << "n " << n << " bits " << bits;
+    }
+}
+
+} // namespace
+} // namespace tavrix::test
