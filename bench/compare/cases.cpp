@@ -28,6 +28,12 @@ std::vector<Comparison> &Comparisons() {
   return comparisons;
 }
 
+// Registered, and run (not filtered out) in this process.
+bool Measured(const std::string &name) {
+  auto found = Records().find(name);
+  return found != Records().end() && (found->second.rate > 0 || !found->second.error.empty());
+}
+
 const char *CounterName(Unit unit) { return unit == Unit::kMegapixels ? "Mpix/s" : "MB/s"; }
 
 std::string Number(double v) {
@@ -46,6 +52,18 @@ std::string Rate(const std::string &name) {
   return Number(found->second.rate);
 }
 
+// "0.958 / 0.904": the encoded sizes of a Tavrix codec and its peer, over the raw size.
+std::string SizeRatios(const std::string &tavrix, const std::string &peer) {
+  auto a = Records().find(tavrix), b = Records().find(peer);
+  if (a == Records().end() || a->second.ratio <= 0) return "";
+  char text[48];
+  if (b == Records().end() || b->second.ratio <= 0)
+    std::snprintf(text, sizeof text, "%.3f", a->second.ratio);
+  else
+    std::snprintf(text, sizeof text, "%.3f / %.3f", a->second.ratio, b->second.ratio);
+  return text;
+}
+
 std::string Ratio(const std::string &numerator, const std::string &denominator) {
   auto a = Records().find(numerator), b = Records().find(denominator);
   if (a == Records().end() || b == Records().end() || a->second.rate <= 0 || b->second.rate <= 0)
@@ -53,6 +71,14 @@ std::string Ratio(const std::string &numerator, const std::string &denominator) 
   char text[32];
   std::snprintf(text, sizeof text, "%.2f", a->second.rate / b->second.rate);
   return text;
+}
+
+// The peer's name from where it parts from the Tavrix case's ("zstd_1/encode").
+std::string PeerLabel(const std::string &tavrix, const std::string &peer) {
+  std::size_t cut = 0;
+  for (std::size_t i = 0; i < tavrix.size() && i < peer.size() && tavrix[i] == peer[i]; ++i)
+    if (peer[i] == '/') cut = i + 1;
+  return peer.substr(cut);
 }
 
 }  // namespace
@@ -94,20 +120,21 @@ void MedianReporter::ReportRuns(const std::vector<Run> &runs) {
 std::string RatioTable() {
   std::ostringstream out;
   out << "| case | Tavrix | peer | peer rate | Tavrix / peer | memcpy | Tavrix / memcpy | stream "
-         "| Tavrix / stream |\n"
-      << "|---|---:|---|---:|---:|---:|---:|---:|---:|\n";
+         "| Tavrix / stream | encoded / raw, Tavrix / peer |\n"
+      << "|---|---:|---|---:|---:|---:|---:|---:|---:|---:|\n";
   std::string section;
   for (const Comparison &c : Comparisons()) {
-    if (Records().count(c.tavrix) == 0) continue;
+    if (!Measured(c.tavrix)) continue;
     if (c.section != section) {
       section = c.section;
-      out << "| **" << section << "** | | | | | | | | |\n";
+      out << "| **" << section << "** | | | | | | | | | |\n";
     }
-    const bool hasPeer = !c.peer.empty() && Records().count(c.peer) != 0;
-    out << "| " << c.label << " | " << Rate(c.tavrix) << " | " << (hasPeer ? c.peer : "")
-        << " | " << Rate(hasPeer ? c.peer : "") << " | " << Ratio(c.tavrix, c.peer) << " | "
+    const bool hasPeer = Measured(c.peer);
+    out << "| " << c.label << " | " << Rate(c.tavrix) << " | " << (hasPeer ? PeerLabel(c.tavrix, c.peer) : "")
+        << " | " << Rate(hasPeer ? PeerLabel(c.tavrix, c.peer) : "") << " | " << Ratio(c.tavrix, c.peer) << " | "
         << Rate(c.memcpyCeiling) << " | " << Ratio(c.tavrix, c.memcpyCeiling) << " | "
-        << Rate(c.streamCeiling) << " | " << Ratio(c.tavrix, c.streamCeiling) << " |\n";
+        << Rate(c.streamCeiling) << " | " << Ratio(c.tavrix, c.streamCeiling) << " | "
+        << SizeRatios(c.tavrix, hasPeer ? c.peer : "") << " |\n";
   }
   return out.str();
 }
@@ -116,6 +143,7 @@ std::string RateTable() {
   std::ostringstream out;
   out << "| case | median rate | unit | encoded / raw |\n|---|---:|---|---:|\n";
   for (const std::string &name : Order()) {
+    if (!Measured(name)) continue;
     const Record &r = Records().at(name);
     char ratio[32] = "";
     if (r.ratio > 0) std::snprintf(ratio, sizeof ratio, "%.3f", r.ratio);

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "suites.h"
+#include "tavrix/image_compress.h"
 
 #if TAVRIX_BENCH_ZLIB
 #include <zlib.h>
@@ -34,6 +35,21 @@ struct Codec {
                      std::size_t rawSize)>
       decode;
 };
+
+// A Tavrix codec: one object, set up once for the frame size, encodes with the
+// checked encoder and decodes with the checked decoder (the one for streams that
+// come from disk or a network).
+Codec TavrixCodec(const char *name, eCompressType type, std::size_t rawSize) {
+  auto codec = std::make_shared<CImageCompress>();
+  codec->InitCompress(type, rawSize);
+  return {std::string("tavrix_") + name,
+          [codec](const std::uint8_t *raw, std::size_t, std::uint8_t *stream,
+                  std::size_t capacity) -> std::size_t {
+            return codec->EncodeImage(raw, stream, capacity);
+          },
+          [codec](const std::uint8_t *stream, std::size_t length, std::uint8_t *raw,
+                  std::size_t size) { return codec->DecodeImage(stream, length, raw, size); }};
+}
 
 std::vector<Codec> PeerCodecs() {
   std::vector<Codec> codecs;
@@ -101,6 +117,10 @@ struct Input {
   std::size_t size;
 };
 
+// The LZ77 search is exhaustive, so its time grows with the square of the input:
+// it runs on a leading slice of whole rows (a full 4096x3072 frame takes minutes).
+constexpr std::size_t kLz77SliceBytes = std::size_t(1) << 20;
+
 void AddCodec(const Codec &codec, const Input &input, const std::string &prefix,
               Buffers &buffers) {
   // Encoded once, the first time a decode case runs, outside its timing.
@@ -141,14 +161,33 @@ void AddCodec(const Codec &codec, const Input &input, const std::string &prefix,
 void AddCodecCases(const Frame &f, Buffers &buffers) {
   const std::string size = std::to_string(f.width) + "x" + std::to_string(f.height);
   const Input inputs[] = {
-      {"8bit", f.mosaic8.data(), f.mosaic8.size()},
-      {"12bit", reinterpret_cast<const std::uint8_t *>(f.mosaic16.data()), f.mosaic16.size() * 2}};
+      {"8-bit", f.mosaic8.data(), f.mosaic8.size()},
+      {"12-bit-in-16", reinterpret_cast<const std::uint8_t *>(f.mosaic16.data()), f.mosaic16.size() * 2}};
   const std::vector<Codec> peers = PeerCodecs();
   for (const Input &input : inputs) {
     buffers.Reserve(input.size * 2);  // beyond every codec's bound for incompressible data
     const std::string prefix = "codec/" + size + "/" + input.name + "/";
+    const std::string section = "Compression " + size + ", " + input.name +
+                                " mosaic (MB/s of raw bytes)";
+    const std::string memcpyCase = prefix + "memcpy";
+    const Input slice = {input.name, input.bytes, std::min(input.size, kLz77SliceBytes)};
+    const bool sliced = slice.size < input.size;
+    for (const auto &[name, type] : {std::make_pair("Huffman", eHuffman),
+                                     std::make_pair("LZ77", eLZ77), std::make_pair("RLE", eRLE)}) {
+      const bool lz77 = type == eLZ77;
+      const Input &in = lz77 ? slice : input;
+      Codec codec = TavrixCodec(name, type, in.size);
+      if (lz77 && sliced) codec.name += "_1MiB";
+      AddCodec(codec, in, prefix, buffers);
+      for (const char *step : {"encode", "decode"})
+        for (const char *peer : {"zstd_1", "zlib_1"})
+          AddComparison({section,
+                         std::string(name) + " " + step + (lz77 && sliced ? " (first 1 MiB)" : ""),
+                         prefix + codec.name + "/" + step, prefix + peer + "/" + step, memcpyCase,
+                         ""});
+    }
     for (const Codec &codec : peers) AddCodec(codec, input, prefix, buffers);
-    AddMemcpyCase(prefix + "memcpy", Unit::kMegabytes, input.size, input.size, buffers);
+    AddMemcpyCase(memcpyCase, Unit::kMegabytes, input.size, input.size, buffers);
   }
 }
 
