@@ -1,7 +1,7 @@
 // Colour balance speed: every estimator and the apply pass on the demosaiced
 // frame (24-bit, and 48-bit with 12-bit values), and a whole gray-world balance
 // against OpenCV's xphoto GrayworldWB.
-#include <map>
+#include <cstring>
 #include <memory>
 
 #include "demosaicers.h"
@@ -36,10 +36,14 @@ Image Demosaiced(const Frame &f, bool wide) {
   return image;
 }
 
-// The read-only ceiling of an estimator: one pass that touches every byte.
+// The read-only ceiling of an estimator: one pass over every byte, 8 at a time.
 std::uint64_t ReadPass(const std::uint8_t *bytes, std::size_t size) {
   std::uint64_t sum = 0;
-  for (std::size_t i = 0; i < size; ++i) sum += bytes[i];
+  for (std::size_t i = 0; i + 8 <= size; i += 8) {
+    std::uint64_t word;
+    std::memcpy(&word, bytes + i, 8);
+    sum += word;
+  }
   return sum;
 }
 

@@ -130,11 +130,12 @@ std::string RatioTable() {
       out << "| **" << section << "** | | | | | | | | | |\n";
     }
     const bool hasPeer = Measured(c.peer);
-    out << "| " << c.label << " | " << Rate(c.tavrix) << " | " << (hasPeer ? PeerLabel(c.tavrix, c.peer) : "")
-        << " | " << Rate(hasPeer ? PeerLabel(c.tavrix, c.peer) : "") << " | " << Ratio(c.tavrix, c.peer) << " | "
-        << Rate(c.memcpyCeiling) << " | " << Ratio(c.tavrix, c.memcpyCeiling) << " | "
-        << Rate(c.streamCeiling) << " | " << Ratio(c.tavrix, c.streamCeiling) << " | "
-        << SizeRatios(c.tavrix, hasPeer ? c.peer : "") << " |\n";
+    const std::string peer = hasPeer ? c.peer : "";
+    out << "| " << c.label << " | " << Rate(c.tavrix) << " | "
+        << (hasPeer ? PeerLabel(c.tavrix, peer) : "") << " | " << Rate(peer) << " | "
+        << Ratio(c.tavrix, peer) << " | " << Rate(c.memcpyCeiling) << " | "
+        << Ratio(c.tavrix, c.memcpyCeiling) << " | " << Rate(c.streamCeiling) << " | "
+        << Ratio(c.tavrix, c.streamCeiling) << " | " << SizeRatios(c.tavrix, peer) << " |\n";
   }
   return out.str();
 }

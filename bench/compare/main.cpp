@@ -7,8 +7,8 @@
 //                        [--frames=4096x3072,1920x1080] [--suites=demosaic,balance,codec]
 //                        [Google Benchmark flags]
 //
-// Unless the command line says otherwise, every case runs 5 repetitions of at
-// least 0.1 s each in random interleaved order (one repetition of each case in
+// Unless the command line says otherwise, every case runs 7 repetitions of at
+// least 0.15 s each in random interleaved order (one repetition of each case in
 // turn, shuffled), so that a burst of load on a shared machine hits all of them
 // alike; the tables use the median of the repetitions.
 #include <benchmark/benchmark.h>
@@ -80,9 +80,9 @@ Options ParseOptions(int &argc, char **argv, std::vector<std::string> &storage,
     }
     rest.push_back(arg);
   }
-  const char *defaults[][2] = {{"--benchmark_repetitions", "5"},
+  const char *defaults[][2] = {{"--benchmark_repetitions", "7"},
                                {"--benchmark_enable_random_interleaving", "true"},
-                               {"--benchmark_min_time", "0.1"},
+                               {"--benchmark_min_time", "0.15"},
                                {"--benchmark_display_aggregates_only", "true"}};
   storage.assign(1, argv[0]);
   for (const auto &d : defaults) {
