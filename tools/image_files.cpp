@@ -453,6 +453,16 @@ bool WriteImage(const std::string &path, const RgbImage &image, std::string &err
   return true;
 }
 
+std::string WriteViewableImage(std::string path, const RgbImage &image) {
+  if (!PngSupported() || TypeFromName(path) != FileType::kPng) {
+    const std::size_t dot = path.rfind('.');
+    if (dot != std::string::npos) path.resize(dot);
+    path += ".ppm";
+  }
+  std::string error;
+  return WriteImage(path, image, error) ? path : "";
+}
+
 bool ReadImage(const std::string &path, RgbImage &image, std::string &error) {
   std::vector<std::uint8_t> bytes;
   if (!ReadWholeFile(path, bytes, error)) return false;

@@ -46,6 +46,11 @@ bool WriteImage(std::FILE *file, FileType type, const RgbImage &image, std::stri
 // The same into a new file, the type taken from the name.
 bool WriteImage(const std::string &path, const RgbImage &image, std::string &error);
 
+// For pictures meant to be looked at: PNG when this build has it, otherwise
+// PPM under the same name with the extension .ppm. Returns the path written,
+// or "" on failure.
+std::string WriteViewableImage(std::string path, const RgbImage &image);
+
 // Reads a PNG (any colour type; alpha dropped, grey spread to three channels),
 // a binary PPM or an RGB PAM, recognised by content. A 16-bit PNG whose sBIT
 // chunk records fewer significant bits is brought back to that scale.
