@@ -28,7 +28,7 @@ Options:
   --quiet            no summary line and no note when nothing needed correcting
 
 OUT has the type its extension names (.png, .ppm or .pam) and the input's
-bits per channel. When the estimator finds nothing to correct, the image is
+bits per channel, or --depth bits. When the estimator finds nothing to correct, the image is
 written unchanged and a note says so.
 
 Example:
@@ -102,6 +102,7 @@ TaskResult Balance(const Settings &s, const Task &task) {
     std::fprintf(stderr, "tavrix: %s: %s found nothing to correct; written unchanged\n",
                  task.input.c_str(), EstimatorNames()[s.estimator].c_str());
   FromBgr(buffer, wide, image);
+  image.bits = depth;  // the tables map onto 0 .. 2^depth - 1
 
   if (!files::WriteImage(out.Open(), type, image, error))
     throw Failure(task.output, error, kExitCannotWrite);

@@ -34,7 +34,8 @@ Options:
   --matrix m0,...,m8       the matrix, row-major, acting on (blue, green, red):
                            m0..m2 make blue, m3..m5 green, m6..m8 red
   --decimate N             keep every N-th column and row (fast algorithm, bgrx32
-                           output); the width becomes W/N rounded down to even
+                           output); the width becomes W/N rounded down to even;
+                           for odd N only rows that are multiples of 2N are kept
   --auto-balance NAME      balance the result: grayworld | whiteworld | scalebymax |
                            meanequalization | stddev | meanstddev
   --crop X,Y,W,H           write only this region of the result
@@ -46,7 +47,9 @@ Options:
   --force                  replace existing outputs
   --quiet                  no summary line
 
-Output values: bgr48 keeps the sensor's scale, 0..2^bits-1. A .ppm or .pam
+Output values: bgr48 keeps the sensor's scale, 0..2^bits-1 (values the
+Laplacian passes push outside it are clipped; words of 32768 or more, which
+the first-order pass makes of negative values, become 0). A .ppm or .pam
 stores them with maxval 2^bits-1; a 16-bit .png stores them shifted left to
 the full 16-bit scale and records the significant bits (sBIT), so that
 tavrix balance reads them back on the sensor's scale. Pixels an algorithm
@@ -259,6 +262,18 @@ double Convert(CBayerConverter &conv, const Settings &s, Record record,
   return took.count();
 }
 
+// The 48-bit records can leave the sensor's range: the Laplacian passes
+// overshoot, and the first-order one stores a negative value as a large word
+// (-5 as 65531). Files and the balance step take 0 .. 2^bits - 1, so a word
+// of 32768 or more counts as negative and becomes 0, any other value above
+// the range becomes the maximum.
+void ClipToSensorRange(std::uint16_t *words, std::size_t count, int bits) {
+  const std::uint16_t top = std::uint16_t((1u << bits) - 1);
+  constexpr std::uint16_t kWrappedNegative = 0x8000;
+  for (std::size_t i = 0; i < count; ++i)
+    if (words[i] > top) words[i] = words[i] >= kWrappedNegative ? 0 : top;
+}
+
 template <class Pixel>
 void ToRgb(const unsigned char *records, int width, int rows, std::vector<std::uint16_t> &rgb) {
   const std::size_t count = std::size_t(width) * std::size_t(rows);
@@ -319,6 +334,7 @@ TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) 
   TaskResult result;
   result.workSeconds = Convert(conv, s, record, mosaic, g.buffer, buffer.data());
   result.pixels = double(mosaic.width) * mosaic.height;
+  if (record == Record::kBgr48) ClipToSensorRange(buffer.data(), buffer.size(), mosaic.bits);
 
   const unsigned char *records = reinterpret_cast<const unsigned char *>(buffer.data());
   if (s.autoBalance) {
