@@ -281,6 +281,11 @@ bool ValidColourImage(const RgbImage &image, std::string &error) {
 }
 void PngWarning(png_structp, png_const_charp) {}
 
+// zlib level 1 instead of the default 6: on the 4096 x 3072 chart it takes
+// 0.48 s instead of 0.86 s for the 8-bit PNG and 0.95 s instead of 2.7 s for
+// the 16-bit one, for files about a fifth larger.
+constexpr int kPngCompressionLevel = 1;
+
 // Runs libpng calls, returning false when one of them fails. `work` must keep
 // no object with a destructor of its own on the stack: a failure longjmps out.
 template <class Work>
@@ -301,6 +306,7 @@ bool WritePng(std::FILE *file, const RgbImage &image, std::string &error) {
   png_infop info = png ? png_create_info_struct(png) : nullptr;
   const bool written = info && PngGuarded(png, [&] {
     png_init_io(png, file);
+    png_set_compression_level(png, kPngCompressionLevel);
     png_set_IHDR(png, info, png_uint_32(image.width), png_uint_32(image.height), depth,
                  PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
