@@ -175,8 +175,6 @@ files::GreyImage LoadMosaic(const std::string &path, const Settings &s) {
       throw Failure(path, "--bits " + std::to_string(s.bits) +
                               ": the PGM holds 8-bit samples (maxval below 256), so --bits must be 8");
     mosaic.bits = s.bits;
-  } else if (mosaic.wide && mosaic.bits < 8) {
-    mosaic.bits = 8;  // 16-bit words always carry at least the converter's 8 bits
   }
   return mosaic;
 }

@@ -210,9 +210,14 @@ bool ReadNetpbmColour(const std::vector<std::uint8_t> &bytes, RgbImage &image,
     return false;
   std::vector<std::uint16_t> samples;
   if (!ReadSamples(bytes, start, s, samples, error)) return false;
+  // Colour values come on a scale of 2^bits - 1, at least 8 bits: any other
+  // maxval (100, 1000) is rescaled to it, rounding to nearest.
   image.width = int(s.width);
   image.height = int(s.height);
-  image.bits = BitsOf(s.maxval);
+  image.bits = std::max(8, BitsOf(s.maxval));
+  const std::uint32_t top = std::uint32_t(MaxValue(image.bits));
+  if (top != s.maxval)
+    for (std::uint16_t &v : samples) v = std::uint16_t((v * top + s.maxval / 2) / s.maxval);
   if (s.channels == 3) {
     image.data = std::move(samples);
   } else {  // drop the alpha channel

@@ -53,7 +53,8 @@ std::string WriteViewableImage(std::string path, const RgbImage &image);
 
 // Reads a PNG (any colour type; alpha dropped, grey spread to three channels),
 // a binary PPM or an RGB PAM, recognised by content. A 16-bit PNG whose sBIT
-// chunk records fewer significant bits is brought back to that scale.
+// chunk records fewer significant bits is brought back to that scale; a
+// maxval other than 2^bits - 1 (bits at least 8) is rescaled to it.
 bool ReadImage(const std::string &path, RgbImage &image, std::string &error);
 
 // Binary PGM (P5): 8-bit samples for maxval up to 255, big-endian words above.

@@ -132,6 +132,14 @@ TEST_F(BalanceTest, NothingToCorrectLeavesTheImageAndSaysSo) {
   EXPECT_EQ(Read("out.ppm"), Read("grey.ppm"));
 }
 
+TEST_F(BalanceTest, OddMaxvalIsReadOnTheEightBitScale) {
+  Write("odd.ppm", PpmBytes({2, 1, 100, {100, 100, 100, 50, 50, 50}}));
+  ASSERT_EQ(Run("balance odd.ppm out.ppm --estimator grayworld --quiet").status, 0);
+  const Picture p = ParsePpm(Read("out.ppm"));
+  EXPECT_EQ(p.maxval, 255);
+  EXPECT_EQ(p.rgb, (std::vector<std::uint16_t>{255, 255, 255, 128, 128, 128}));  // 50 * 255 / 100 = 127.5
+}
+
 TEST_F(BalanceTest, BadInputIsRefusedWithItsReason) {
   Write("cast.ppm", PpmBytes(CastPicture(255)));
   Write("note.txt", {'h', 'i'});

@@ -128,6 +128,8 @@ TEST_F(DemosaicTest, EveryOptionReachesTheConverter) {
       {"16-bit samples through the 32-bit fast pass", 12, "--output bgrx32 --pattern GB",
        With(eOriginGB, eFastBilinear, Record::kBgrx32)},
       {"balance offsets", 8, "--pattern RG --algorithm laplacian1 --balance 20,-10,5", offsets},
+      {"balance offsets on 12-bit samples", 12, "--pattern RG --algorithm laplacian1 --balance 20,-10,5 --output bgr24",
+       offsets},
       {"matrix passed to a 48-bit conversion", 12,
        "--pattern BG --algorithm bilinear --output bgr48" + matrixArgs, kMatrixBilinear},
       {"matrix stored for the corrected 32-bit fast pass", 10,
