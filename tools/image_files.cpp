@@ -348,12 +348,21 @@ bool WritePng(std::FILE *file, const RgbImage &image, std::string &error) {
   return true;
 }
 
-bool ReadPng(const std::string &path, RgbImage &image, std::string &error) {
-  File f(std::fopen(path.c_str(), "rb"), &std::fclose);
-  if (!f) {
-    error = std::string("cannot open: ") + std::strerror(errno);
-    return false;
-  }
+// The file's bytes, already read, handed to libpng.
+struct PngSource {
+  const std::vector<std::uint8_t> &bytes;
+  std::size_t position;
+};
+
+void ReadPngBytes(png_structp png, png_bytep out, png_size_t count) {
+  PngSource &source = *static_cast<PngSource *>(png_get_io_ptr(png));
+  if (count > source.bytes.size() - source.position) png_error(png, "truncated");
+  std::memcpy(out, source.bytes.data() + source.position, count);
+  source.position += count;
+}
+
+bool ReadPng(const std::vector<std::uint8_t> &bytes, RgbImage &image, std::string &error) {
+  PngSource source{bytes, 0};
   std::string message = "out of memory";
   std::vector<png_byte> pixels;
   std::vector<png_bytep> rows;
@@ -362,7 +371,7 @@ bool ReadPng(const std::string &path, RgbImage &image, std::string &error) {
   png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &message, PngError, PngWarning);
   png_infop info = png ? png_create_info_struct(png) : nullptr;
   const bool read = info && PngGuarded(png, [&] {
-    png_init_io(png, f.get());
+    png_set_read_fn(png, &source, ReadPngBytes);
     png_read_info(png, info);
     width = png_get_image_width(png, info);
     height = png_get_image_height(png, info);
@@ -480,7 +489,7 @@ bool ReadImage(const std::string &path, RgbImage &image, std::string &error) {
   static const std::uint8_t kPngSignature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
   if (bytes.size() >= 8 && std::equal(kPngSignature, kPngSignature + 8, bytes.begin())) {
 #if TAVRIX_FILES_HAVE_PNG
-    return ReadPng(path, image, error);
+    return ReadPng(bytes, image, error);
 #else
     error = "PNG is not available in this build (libpng was not found)";
     return false;

@@ -147,12 +147,7 @@ TEST_F(BalanceTest, BadInputIsRefusedWithItsReason) {
   truncated.resize(truncated.size() - 1);
   Write("truncated.ppm", truncated);
   Write("broken.png", {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n', 0, 0, 0});
-  struct Case {
-    const char *args;
-    const char *subject;
-    const char *fragment;
-  };
-  const Case kCases[] = {
+  const Refusal kCases[] = {
       {"balance cast.ppm out.ppm", "balance", "--estimator NAME is required"},
       {"balance cast.ppm out.ppm --estimator bright", "balance", "--estimator bright: expected grayworld, whiteworld"},
       {"balance cast.ppm out.ppm --estimator stddev --depth 20", "balance", "--depth 20: expected a whole number from 8 to 16"},
@@ -162,7 +157,7 @@ TEST_F(BalanceTest, BadInputIsRefusedWithItsReason) {
       {"balance broken.png out.ppm --estimator stddev", "broken.png", files::PngSupported() ? "bad PNG" : "PNG is not available"},
       {"balance cast.ppm out.tif --estimator stddev", "out.tif", "unknown image type"},
   };
-  for (const Case &c : kCases) ExpectRefused(c.args, c.subject, c.fragment);
+  ExpectRefused(kCases);
 }
 
 }  // namespace

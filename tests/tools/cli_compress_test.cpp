@@ -106,12 +106,7 @@ TEST_F(CompressTest, DamagedFilesAreRefusedAndNothingIsWritten) {
 
 TEST_F(CompressTest, BadArgumentsAreRefused) {
   Write("in.bin", Bytes(100, 1));
-  struct Case {
-    const char *args;
-    const char *subject;
-    const char *fragment;
-  };
-  const Case kCases[] = {
+  const Refusal kCases[] = {
       {"compress in.bin out.tvxz", "compress", "--codec rle|lz77|huffman is required"},
       {"compress in.bin out.tvxz --codec zip", "compress", "--codec zip: expected rle, lz77 or huffman"},
       {"compress missing.bin out.tvxz --codec rle", "missing.bin", "cannot open"},
@@ -119,7 +114,7 @@ TEST_F(CompressTest, BadArgumentsAreRefused) {
       {"decompress in.bin out.bin --codec rle", "decompress", "unknown option --codec"},
       {"decompress in.bin", "decompress", "missing OUT"},
   };
-  for (const Case &c : kCases) ExpectRefused(c.args, c.subject, c.fragment);
+  ExpectRefused(kCases);
 }
 
 }  // namespace

@@ -297,12 +297,7 @@ TEST_F(DemosaicTest, BadInputIsRefusedWithItsReason) {
   Write("oddheight.pgm", PgmBytes(16, 7, 255, RandomSamples(16 * 7, 8, 4)));
   Write("narrowframe.pgm", PgmBytes(2, 12, 255, RandomSamples(2 * 12, 8, 4)));
   Write("badheader.pgm", {'P', '5', '\n', '1', '6', ' ', 'x'});
-  struct Case {
-    const char *args;
-    const char *subject;
-    const char *fragment;
-  };
-  const Case kCases[] = {
+  const Refusal kCases[] = {
       {"demosaic missing.pgm out.png", "missing.pgm", "cannot open: No such file"},
       {"demosaic truncated.pgm out.png", "truncated.pgm", "truncated: 16 x 12 x 1 bytes need 192"},
       {"demosaic trailing.pgm out.png", "trailing.pgm", "trailing data"},
@@ -339,7 +334,7 @@ TEST_F(DemosaicTest, BadInputIsRefusedWithItsReason) {
       {"demosaic good.pgm wide.pgm out.png", "demosaic", "3 files given: several inputs need --out-dir DIR"},
       {"demosaic good.pgm out.png --format ppm", "demosaic", "--format applies to --out-dir only"},
   };
-  for (const Case &c : kCases) ExpectRefused(c.args, c.subject, c.fragment);
+  ExpectRefused(kCases);
 }
 
 TEST_F(DemosaicTest, HelpAndVersion) {

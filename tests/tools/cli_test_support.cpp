@@ -60,11 +60,11 @@ std::set<std::string> ToolTest::Files() const {
 }
 
 void ToolTest::ExpectRefused(const std::string &args, const std::string &subject,
-                             const std::string &fragment, int status) const {
+                             const std::string &fragment) const {
   SCOPED_TRACE("tavrix " + args);
   const std::set<std::string> before = Files();
   const RunResult r = Run(args);
-  EXPECT_EQ(r.status, status);
+  EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.err.find("tavrix: " + subject + ": "), 0u) << r.err;
   EXPECT_NE(r.err.find(fragment), std::string::npos) << r.err;
   EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;

@@ -39,10 +39,19 @@ protected:
   // Every entry of the folder, hidden ones included.
   std::set<std::string> Files() const;
 
-  // The command failed with `status`, said so in one stderr line naming
+  // The command failed with status 2, said so in one stderr line naming
   // `subject` and containing `fragment`, and left the folder as it was.
   void ExpectRefused(const std::string &args, const std::string &subject,
-                     const std::string &fragment, int status = 2) const;
+                     const std::string &fragment) const;
+  struct Refusal {
+    const char *args;
+    const char *subject;
+    const char *fragment;
+  };
+  template <std::size_t kCount>
+  void ExpectRefused(const Refusal (&cases)[kCount]) const {
+    for (const Refusal &c : cases) ExpectRefused(c.args, c.subject, c.fragment);
+  }
 
   std::string dir_;
 };
