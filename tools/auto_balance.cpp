@@ -41,7 +41,8 @@ bool AutoBalance(std::size_t estimator, PixelLayout layout, int width, int heigh
   std::vector<unsigned short> red(kTableSize), green(kTableSize), blue(kTableSize);
   auto balance = std::make_unique<CColorBalance>();  // ~400 KB of own tables: not on the stack
   balance->SetLutDepth(depth);
-  (balance.get()->*kEstimators[estimator])(&info, &data, red.data(), green.data(), blue.data());
+  const Estimator run = kEstimators[estimator];
+  (balance.get()->*run)(&info, &data, red.data(), green.data(), blue.data());
   // The caller-table apply skips the pass, and leaves the flag down, when the
   // estimator found nothing to correct.
   balance->SetAutoColorBalanceApplied(false);

@@ -59,7 +59,8 @@ Picture LibraryBalance(Picture p, std::size_t estimator, int depth) {
   std::vector<unsigned short> red(65536), green(65536), blue(65536);
   auto balance = std::make_unique<CColorBalance>();
   balance->SetLutDepth(depth);
-  (balance.get()->*kMethods[estimator])(&info, &data, red.data(), green.data(), blue.data());
+  const Estimator run = kMethods[estimator];
+  (balance.get()->*run)(&info, &data, red.data(), green.data(), blue.data());
   balance->ApplyColorBalance(&info, &data, red.data(), green.data(), blue.data());
   for (std::size_t i = 0; i < values; i += 3)
     for (std::size_t c = 0; c < 3; ++c) p.rgb[i + 2 - c] = wide ? words[i + c] : bytes[i + c];
