@@ -30,7 +30,7 @@ Compresses any file losslessly (typically a raw frame or a converted image)
 with one of the library's codecs, into a file tavrix decompress restores.
 
 Options:
-  --codec NAME    rle      runs of equal bytes (fastest; good on flat images)
+  --codec NAME    rle      runs of equal bytes (good on flat images, little else)
                   lz77     repeated sequences anywhere before: smallest files, but
                            slow to compress (over a minute for a 25 MB frame)
                   huffman  short codes for frequent byte values
