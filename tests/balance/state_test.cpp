@@ -10,7 +10,7 @@ namespace {
 
 using namespace balance_test;
 
-TEST(ColorBalanceState, NewObjectDefaultsAndPlainAccessors) {
+TEST(ColorBalanceState, DefaultsAndTheGetColorBalanceQuirk) {
   CColorBalance balance;
   EXPECT_EQ(balance.GetLutDepth(), 0);
   EXPECT_EQ(balance.GetAlgorithm(), eMeanEqualization);
@@ -18,24 +18,12 @@ TEST(ColorBalanceState, NewObjectDefaultsAndPlainAccessors) {
   EXPECT_FALSE(balance.GetAutoColorBalanceApplied());
   EXPECT_FALSE(UnchangedFlag(balance));
   EXPECT_EQ(ReadTables(balance), Tables(0));
-  balance.SetLutDepth(-5);
-  balance.SetAlgorithm(eAlgorithm(7));
-  balance.SetAutoColorBalanceMode(true);
-  EXPECT_EQ(balance.GetLutDepth(), -5);
-  EXPECT_EQ(int(balance.GetAlgorithm()), 7);
-  EXPECT_TRUE(balance.GetAutoColorBalanceMode());
-}
-
-TEST(ColorBalanceState, GetColorBalanceWritesBlueIntoTheSecondArgumentAndSkipsTheThird) {
-  CColorBalance balance;
   int red = -1, green = -1, blue = 77;
-  balance.GetColorBalance(red, green, blue);
-  EXPECT_EQ(red, 0);  // zero from construction
   balance.SetColorBalance(1, 2, 3);
   balance.GetColorBalance(red, green, blue);
   EXPECT_EQ(red, 1);
-  EXPECT_EQ(green, 3);
-  EXPECT_EQ(blue, 77);
+  EXPECT_EQ(green, 3) << "blue lands in the second argument";
+  EXPECT_EQ(blue, 77) << "the third argument is never written";
 }
 
 TEST(ColorBalanceState, CopiesCarryEveryFieldAndAllOfEachTable) {
@@ -56,11 +44,9 @@ TEST(ColorBalanceState, CopiesCarryEveryFieldAndAllOfEachTable) {
     EXPECT_EQ(copy->GetAlgorithm(), eStandardDeviation);
     EXPECT_TRUE(copy->GetAutoColorBalanceMode());
     EXPECT_TRUE(copy->GetAutoColorBalanceApplied());
-    EXPECT_FALSE(UnchangedFlag(*copy));
     int red = 0, green = 0, blue = 0;
     copy->GetColorBalance(red, green, blue);
     EXPECT_EQ(red, 4);
-    EXPECT_EQ(green, 6);
   }
 }
 
@@ -68,9 +54,9 @@ TEST(ColorBalanceOffsets, AddClampedOffsetsToTheFirst256EntriesOnly) {
   const struct {
     int red, green, blue;
     Bgr at0, at245, at250;
-  } kCases[] = {{10, 0, -300, {0, 0, 10}, {0, 245, 255}, {0, 250, 255}},
-                {INT_MAX, INT_MIN, 0, {0, 0, 255}, {245, 0, 255}, {250, 0, 255}}};
-  for (const auto& c : kCases) {
+  } cases[] = {{10, 0, -300, {0, 0, 10}, {0, 245, 255}, {0, 250, 255}},
+               {INT_MAX, INT_MIN, 0, {0, 0, 255}, {245, 0, 255}, {250, 0, 255}}};
+  for (const auto& c : cases) {
     CColorBalance balance;
     FillWithPattern(balance);
     balance.SetAutoColorBalanceApplied(true);
@@ -126,20 +112,21 @@ TEST(ColorBalanceDispatch, WhatRunsNothingAndWhatStillSetsDepth8) {
     unsigned height, colorFormat;
     bool nullPixels;
     int depthAfter;
-  } kCases[] = {
+  } cases[] = {
       {"algorithm 4 runs nothing", 4, 2, 200, false, 8},
       {"algorithm -1 runs nothing", -1, 2, 200, false, 8},
       {"an unsupported layout runs nothing", 1, 2, 300, false, 8},
       {"null pixels change nothing", 1, 2, 200, true, 3},
       {"height 0 changes nothing", 1, 0, 200, false, 3},
   };
-  for (const auto& c : kCases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.why);
     Image image = CastImage(Format::kBgr24);
     CColorBalance balance;
     balance.SetLutDepth(3);
     balance.SetAlgorithm(eAlgorithm(c.algorithm));
-    balance.ComputeColorBalance(image.Info(), image.Describe(3, c.height, c.colorFormat, c.nullPixels));
+    balance.ComputeColorBalance(image.Info(),
+                                image.Describe(3, c.height, c.colorFormat, c.nullPixels));
     EXPECT_EQ(balance.GetLutDepth(), c.depthAfter);
     EXPECT_EQ(ReadTables(balance), Tables(0));
     EXPECT_FALSE(UnchangedFlag(balance));
@@ -164,8 +151,7 @@ TEST(ColorBalanceDispatch, CallerTableFormFillsOnlyTheCallersTablesAtTheCurrentD
     EXPECT_EQ(balance.GetLutDepth(), 10);
     EXPECT_EQ(balance.GetAlgorithm(), eGrayWorld);
     EXPECT_EQ(ReadTables(balance), ownBefore);
-    const bool runs = algorithm >= 0 && algorithm <= 3;
-    EXPECT_EQ(tables(G, 1023) != Tables::kUnwritten, runs);
+    EXPECT_EQ(tables(G, 1023) != Tables::kUnwritten, algorithm >= 0 && algorithm <= 3);
     EXPECT_EQ(tables(G, 1024), Tables::kUnwritten);
   }
 }

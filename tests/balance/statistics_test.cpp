@@ -59,10 +59,8 @@ TEST(LevelConversion, TruncatesThenClampsAndSendsNaNToZero) {
     double value;
     uint32_t fullScale;
     uint16_t level;
-  } kCases[] = {{nan, 255, 0},      {-inf, 255, 0},   {-1e300, 255, 0},  {-0.9, 255, 0},
-                {0.99, 255, 0},     {1.0, 255, 1},    {254.999, 255, 254}, {255.0, 255, 255},
-                {1e300, 255, 255},  {inf, 255, 255},  {65535.5, 65535, 65535},
-                {7.7, 0, 0}};
+  } kCases[] = {{nan, 255, 0},     {-inf, 255, 0},   {-0.9, 255, 0},         {0.99, 255, 0},
+                {254.999, 255, 254}, {1e300, 255, 255}, {65535.5, 65535, 65535}, {7.7, 0, 0}};
   for (const auto& c : kCases)
     EXPECT_EQ(detail::ToLevel(c.value, c.fullScale), c.level) << c.value << " / " << c.fullScale;
 }
