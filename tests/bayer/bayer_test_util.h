@@ -26,13 +26,11 @@ constexpr ePatternOrigin kOrigins[] = {eOriginGB, eOriginGR, eOriginBG, eOriginR
 enum class Out { k24From8, k32From8, k24From16, k32From16, k48From16 };
 constexpr Out kAllOutputs[] = {Out::k24From8, Out::k32From8, Out::k24From16, Out::k32From16,
                                Out::k48From16};
+constexpr const char *kNames[] = {"8 to 24", "8 to 32", "16 to 24", "16 to 32", "16 to 48"};
+inline const char *Name(Out k) { return kNames[int(k)]; }
 inline bool From8(Out k) { return k == Out::k24From8 || k == Out::k32From8; }
 inline bool Is32(Out k) { return k == Out::k32From8 || k == Out::k32From16; }
 inline std::size_t PixelBytes(Out k) { return k == Out::k48From16 ? 6 : Is32(k) ? 4 : 3; }
-inline const char *Name(Out k) {
-  const char *names[] = {"8 to 24", "8 to 32", "16 to 24", "16 to 32", "16 to 48"};
-  return names[int(k)];
-}
 
 struct Pixel {
   int b, g, r, x;  // x: the fourth byte of a 32-bit pixel, -1 in other records
@@ -44,8 +42,9 @@ inline void PrintTo(const Pixel &p, std::ostream *os) {
 
 // Samples of either width, row-major; `size` is what the entry point is told.
 struct Mosaic {
-  Mosaic(int w, int h, unsigned fill = 0)
-      : size{w, h}, samples(std::size_t(w) * h, std::uint16_t(fill)) {}
+  Mosaic(int w, int h, unsigned fill = 0, std::vector<std::uint16_t> values = {})
+      : size{w, h}, samples(values.empty() ? std::vector<std::uint16_t>(std::size_t(w) * h, fill)
+                                           : values) {}
   std::uint16_t &At(int r, int c) { return samples[std::size_t(r) * size.width + c]; }
   ISize size;
   std::vector<std::uint16_t> samples;
@@ -63,13 +62,12 @@ struct Image {
     std::memset(words.data(), fill, words.size() * 2);
   }
   std::size_t Pixels() const { return std::size_t(size.width) * size.height; }
-  std::uint8_t *Bytes() { return reinterpret_cast<std::uint8_t *>(words.data()); }
-  const std::uint8_t *Bytes() const { return reinterpret_cast<const std::uint8_t *>(words.data()); }
-  std::uint8_t *Byte(std::size_t i, int ch) {
+  std::uint8_t *Bytes() const { return reinterpret_cast<std::uint8_t *>(words.data()); }
+  std::uint8_t *Byte(std::size_t i, int ch) const {
     return Bytes() + i * PixelBytes(kind) + ch * (kind == Out::k48From16 ? 2 : 1);
   }
   unsigned Get(std::size_t i, int ch) const {
-    const std::uint8_t *b = const_cast<Image *>(this)->Byte(i, ch);
+    const std::uint8_t *b = Byte(i, ch);
     return kind == Out::k48From16 ? unsigned(b[0] | b[1] << 8) : b[0];
   }
   unsigned At(int r, int c, int ch) const { return Get(std::size_t(r) * size.width + c, ch); }
@@ -82,39 +80,34 @@ struct Image {
     return {int(Get(i, kBlue)), int(Get(i, kGreen)), int(Get(i, kRed)),
             Is32(kind) ? int(Get(i, kFourth)) : -1};
   }
-  bool Untouched(std::size_t i) const {
-    return Filled(i * PixelBytes(kind), (i + 1) * PixelBytes(kind));
-  }
-  bool GuardIntact() const { return Filled(Pixels() * PixelBytes(kind), words.size() * 2); }
+  bool Untouched(std::size_t i) const { return Filled(i * PixelBytes(kind), PixelBytes(kind)); }
+  bool GuardIntact() const { return Filled(Pixels() * PixelBytes(kind), kGuardBytes - 1); }
   bool AllUntouched() const { return Filled(0, words.size() * 2); }
-  bool Filled(std::size_t from, std::size_t to) const {
-    for (std::size_t k = from; k < to; ++k)
+  bool Filled(std::size_t from, std::size_t count) const {
+    for (std::size_t k = from; k < from + count; ++k)
       if (Bytes()[k] != kSentinel) return false;
     return true;
   }
   Out kind;
   ISize size;
-  std::vector<std::uint16_t> words;
+  mutable std::vector<std::uint16_t> words;
 };
 
-inline void ConvertInto(CBayerConverter &cv, const Mosaic &m, Image &out,
-                        unsigned short depth = 8, unsigned short format = 100,
-                        const CColorMatrix &matrix = CColorMatrix()) {
+inline void ConvertInto(CBayerConverter &cv, const Mosaic &m, Image &out, unsigned short depth = 8,
+                        unsigned short format = 100, const CColorMatrix &matrix = CColorMatrix()) {
   const std::vector<std::uint8_t> narrow(m.samples.begin(), m.samples.end());
-  std::uint8_t *o = out.Bytes();
   const std::uint16_t *wide = m.samples.data();
+  std::uint8_t *o = out.Bytes();
   switch (out.kind) {
     case Out::k24From8: return cv.ConvertMono8ToBGR(o, out.size, narrow.data(), m.size, matrix);
     case Out::k32From8: return cv.ConvertMono8ToBGRx(o, out.size, narrow.data(), m.size, matrix);
-    case Out::k24From16:
-      return cv.ConvertMono16ToBGR(o, out.size, wide, m.size, depth, matrix);
+    case Out::k24From16: return cv.ConvertMono16ToBGR(o, out.size, wide, m.size, depth, matrix);
     case Out::k32From16:
       return cv.ConvertMono16ToBGRx(o, out.size, wide, m.size, depth, format, matrix);
     case Out::k48From16:
       return cv.ConvertMono16ToBGR48(out.words.data(), out.size, wide, m.size, depth, matrix);
   }
 }
-
 // An output of the mosaic's size.
 inline Image Convert(CBayerConverter &cv, const Mosaic &m, Out kind, unsigned short depth = 8,
                      unsigned short format = 100, const CColorMatrix &matrix = CColorMatrix()) {
@@ -122,7 +115,6 @@ inline Image Convert(CBayerConverter &cv, const Mosaic &m, Out kind, unsigned sh
   ConvertInto(cv, m, out, depth, format, matrix);
   return out;
 }
-
 inline Image ConvertWith(eCalculationMode mode, ePatternOrigin origin, const Mosaic &m, Out kind,
                          unsigned short depth = 8, std::uint8_t fill = kSentinel) {
   CBayerConverter cv;
@@ -133,18 +125,32 @@ inline Image ConvertWith(eCalculationMode mode, ePatternOrigin origin, const Mos
   return out;
 }
 
-// The same scene under another origin: every origin is GB moved by 0 or 1
-// row and column, so a mosaic worked out for `from` and moved by this offset
-// gives the same values, moved alike, under `to`.
+// Every origin is GB moved by 0 or 1 row and column: a mosaic worked out for
+// `from` and moved by this offset gives the same values, moved alike, under `to`.
 struct Shift {
   int r, c;
 };
 inline Shift ShiftBetween(ePatternOrigin from, ePatternOrigin to) {
-  auto of = [](ePatternOrigin o) {
-    return o == eOriginGB ? Shift{0, 0} : o == eOriginBG ? Shift{0, 1}
-         : o == eOriginRG ? Shift{1, 0} : Shift{1, 1};
-  };
+  const auto of = [](ePatternOrigin o) { return Shift{o == eOriginRG || o == eOriginGR,
+                                                      o == eOriginBG || o == eOriginGR}; };
   return {of(from).r ^ of(to).r, of(from).c ^ of(to).c};
+}
+
+// Every value of `channel` in rows and columns from .. to - 1 is 0 except at
+// the cells listed, moved by `d`.
+struct Cell {
+  int r, c;
+  unsigned v;
+};
+inline void ExpectLit(const Image &out, int channel, int from, int to,
+                      const std::vector<Cell> &lit, Shift d = {0, 0}) {
+  for (int r = from; r < to; ++r)
+    for (int c = from; c < to; ++c) {
+      unsigned expected = 0;
+      for (const Cell &cell : lit)
+        if (cell.r + d.r == r && cell.c + d.c == c) expected = cell.v;
+      EXPECT_EQ(out.At(r, c, channel), expected) << "channel " << channel << " at " << r << "," << c;
+    }
 }
 
 // Which bytes of a channel a conversion writes, from two runs over buffers

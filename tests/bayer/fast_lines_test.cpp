@@ -3,8 +3,6 @@
 // between the variants.
 #include <gtest/gtest.h>
 
-#include <limits>
-
 #include "bayer/color_correction.h"
 #include "bayer_test_util.h"
 
@@ -17,11 +15,7 @@ namespace {
 //   row 1: 30 40 32 42
 //   row 2: 14 25 16 27
 //   row 3: 34 44 36 46
-Mosaic Mosaic4x4() {
-  Mosaic m(4, 4);
-  m.samples = {10, 21, 12, 23, 30, 40, 32, 42, 14, 25, 16, 27, 34, 44, 36, 46};
-  return m;
-}
+const Mosaic kMosaic4x4(4, 4, 0, {10, 21, 12, 23, 30, 40, 32, 42, 14, 25, 16, 27, 34, 44, 36, 46});
 
 // BG: at a blue site B = own, G = floor((below + right) / 2), R = diagonal;
 // at a green site G = own, B = right, R = below. RG is BG with red and blue
@@ -53,7 +47,7 @@ TEST(FastLinePass, HandWorkedPixelsForEveryOriginAndRecord) {
       SCOPED_TRACE(std::string(c.why) + ", " + Name(kind));
       CBayerConverter conv;
       conv.SetPatternOrigin(c.origin);
-      const Image out = Convert(conv, Mosaic4x4(), kind);
+      const Image out = Convert(conv, kMosaic4x4, kind);
       for (int i = 0; i < 16; ++i) {
         const int r = i / 4, col = i % 4;
         // The pass never writes the last column and row; only the 8-bit to
@@ -73,12 +67,7 @@ TEST(FastLinePass, HandWorkedPixelsForEveryOriginAndRecord) {
 }
 
 TEST(FastLinePass, SampleScalePerRecord) {
-  const struct {
-    const char *why;
-    Out kind;
-    unsigned sample;
-    Pixel expected;
-  } cases[] = {
+  const struct { const char *why; Out kind; unsigned sample; Pixel expected; } cases[] = {
       {"24-bit keeps the top 8 of 12 bits", Out::k24From16, 4095, {255, 255, 255, -1}},
       {"0x123 at depth 12 stores 0x12", Out::k24From16, 0x123, {0x12, 0x12, 0x12, -1}},
       {"32-bit takes the 8-bit table value", Out::k32From16, 4095, {255, 255, 255, 0}},
@@ -92,8 +81,8 @@ TEST(FastLinePass, SampleScalePerRecord) {
   // a caller's table makes visible.
   CBayerConverter conv;
   conv.SetPatternOrigin(eOriginBG);
-  Mosaic high(4, 4);
-  high.samples = {1, 65534, 1, 65534, 65532, 2, 65532, 2, 1, 65534, 1, 65534, 65532, 2, 65532, 2};
+  const Mosaic high(4, 4, 0, {1, 65534, 1, 65534, 65532, 2, 65532, 2,
+                              1, 65534, 1, 65534, 65532, 2, 65532, 2});
   Convert(conv, high, Out::k48From16, 16);
   conv.GetGreenLUT()[65533] = 1234;
   EXPECT_EQ(Convert(conv, high, Out::k48From16, 16).Px(0).g, 1234);
@@ -109,13 +98,12 @@ TEST(FastLinePass, EightAndSixteenBitInputAgreeAtDepthEight) {
     const Image a = Convert(conv, m, Out::k32From8), b = Convert(conv, m, Out::k32From16),
                 w = Convert(conv, m, Out::k48From16);
     for (std::size_t i = 0; i < a.Pixels(); ++i) {
-      const bool border = i % 34 == 33 || i >= 34 * 9;  // cleared by the 8-bit entry point only
-      if (border) {
+      if (i % 34 == 33 || i >= 34 * 9) {  // cleared by the 8-bit entry point only
         ASSERT_TRUE(b.Untouched(i) && w.Untouched(i));
-      } else {
-        ASSERT_EQ(a.Px(i), b.Px(i)) << i;
-        ASSERT_EQ(w.Px(i), (Pixel{a.Px(i).b, a.Px(i).g, a.Px(i).r, -1})) << i;
+        continue;
       }
+      ASSERT_EQ(a.Px(i), b.Px(i)) << i;
+      ASSERT_EQ(w.Px(i), (Pixel{a.Px(i).b, a.Px(i).g, a.Px(i).r, -1})) << i;
     }
   }
 }
@@ -166,14 +154,9 @@ TEST(FastLinePass, CorrectedWithIdentityEqualsPlain) {
 }
 
 TEST(FastLinePass, CorrectedValuesTruncateClampAndWrap) {
-  const struct {
-    const char *why;
-    double m0;  // blue-from-blue; the rest of the matrix is the identity
-    unsigned sample;
-    Out kind;
-    unsigned short depth;
-    int blue;
-  } cases[] = {
+  // m0: blue-from-blue; the rest of the matrix is the identity.
+  const struct { const char *why; double m0; unsigned sample; Out kind; int depth, blue; }
+      cases[] = {
       {"1.5 x 200 = 300 clamps to 255", 1.5, 200, Out::k24From8, 8, 255},
       {"1.5 x 3 = 4.5 truncates to 4", 1.5, 3, Out::k32From8, 8, 4},
       {"200 x 255 = 51000 wraps negative and stores 0", 200.0, 255, Out::k24From8, 8, 0},
@@ -196,15 +179,11 @@ TEST(FastLinePass, CorrectedValuesTruncateClampAndWrap) {
 
 // The correction that follows the per-site modes, one pixel at a time.
 TEST(ColorCorrection, TruncatesClampsAndReadsTheValuesBeforeCorrection) {
-  const struct {
-    const char *why;
-    double m[9];
-    int in[3], expected[3];  // blue, green, red
-  } cases[] = {
-      {"1.5 x 3 = 4.5 truncates; 1.5 x 200 clamps", {1.5, 0, 0, 0, 1.5, 0, 0, 0, 1}, {3, 200, 2}, {4, 255, 2}},
-      {"channels use the values before correction", {0, 1, 0, 1, 0, 0, 0, 0, 1}, {10, 20, 30}, {20, 10, 30}},
+  const struct { const char *why; double m[9]; int in[3], expected[3]; } cases[] = {
+      {"4.5 truncates, 300 clamps", {1.5, 0, 0, 0, 1.5, 0, 0, 0, 1}, {3, 200, 2}, {4, 255, 2}},
+      {"channels use the values before correction", {0, 1, 0, 1, 0, 0, 0, 0, 1}, {10, 20, 30},
+       {20, 10, 30}},
       {"a negative result stores 0", {1, -2, 0, 0, 1, 0, 0, 0, 1}, {10, 20, 30}, {0, 20, 30}},
-      {"-0.9 truncates toward zero", {0.1, -0.1, 0, 0, 1, 0, 0, 0, 1}, {0, 9, 1}, {0, 9, 1}},
   };
   for (const auto &c : cases) {
     tagRGBTRIPLE px = {std::uint8_t(c.in[0]), std::uint8_t(c.in[1]), std::uint8_t(c.in[2])};
@@ -217,18 +196,11 @@ TEST(ColorCorrection, TruncatesClampsAndReadsTheValuesBeforeCorrection) {
   tavrix::detail::CorrectWords(&wide, m, (1 << 10) - 1);
   EXPECT_EQ(wide.rgbtBlue, 1023) << "1024.7 clamps to the depth";
   EXPECT_EQ(wide.rgbtRed, 0);
-  const double inf = std::numeric_limits<double>::infinity();
-  const double odd[9] = {inf, 0, 0, 0, -inf, 0, std::numeric_limits<double>::quiet_NaN(), 0, 0};
-  tagRGBTRIPLE px = {1, 1, 1};
-  tavrix::detail::CorrectBytes(&px, odd);
-  EXPECT_EQ((Pixel{px.rgbtBlue, px.rgbtGreen, px.rgbtRed, -1}), (Pixel{255, 0, 0, -1}));
 }
 
 TEST(ByteSelectLinePass, TakesTheHighOrLowByteOfEachSample) {
-  const struct {
-    unsigned short format;
-    int value;
-  } cases[] = {{112, 0x12}, {113, 0x12}, {114, 0x34}, {115, 0x34}};
+  const struct { unsigned short format; int value; } cases[] = {
+      {112, 0x12}, {113, 0x12}, {114, 0x34}, {115, 0x34}};
   for (const auto &c : cases) {
     CBayerConverter conv;
     conv.SetColorCorrectionMode(true);  // has no effect on these kernels
