@@ -81,15 +81,12 @@ TEST(Estimators, HandWorkedTables) {
        {{R, 0, 0}, {R, 1, 0}, {R, 2, 1}, {R, 255, 254}, {B, 0, 0}, {B, 255, 255}}},
       {"MeanEqualization: offsets trunc(0.9) and trunc(-0.5) are both 0", kMean, k24, 10,
        NineAndOne({100, 101, 102}, {105, 105, 101}), 8, {}},
-      {"MeanEqualization: uniform grey", kMean, k24, 2, kGrey, 8, {}},
       {"ScaleByMax: maxima 120, 200, 60 give gains 2, 1, 4", kMax, k24, 3,
        {{120, 10, 5}, {3, 200, 60}, {7, 8, 9}}, 8,
        {{R, 50, 200}, {R, 63, 252}, {R, 64, 255}, {B, 127, 254}, {B, 128, 255}, {G, 200, 200}}},
       {"ScaleByMax: depth 0 writes the single entry 0", kMax, k24, 1, {{1, 2, 3}}, 0,
        {{R, 0, 0}, {G, 0, 0}, {B, 0, 0}, {R, 1, Tables::kUnwritten}}},
       {"ScaleByMax: 4 x 32768 x 32768 wraps to 0", kMax, k48, 1, {{4, 32768, 32768}}, 16, {}},
-      {"ScaleByMax: 3 x 32768 x 32768 does not", kMax, k48, 1, {{3, 32768, 32768}}, 16,
-       {{B, 1, 21845}, {B, 3, 65535}, {G, 65535, 65535}, {R, 40000, 40000}}},
       {"ScaleByMax: a maximum above full scale gets gain 0", kMax, k48, 1, {{300, 255, 128}}, 8,
        {{B, 255, 0}, {G, 255, 255}, {R, 255, 255}}},
       {"WhiteWorld: no blue of 246 or more: the values at the image start", kWhite, k24, 2,
@@ -114,7 +111,6 @@ TEST(Estimators, HandWorkedTables) {
       {"StandardDeviation: a flat channel", kSd, k24, 2, kFlatGreen, 8, {}},
       {"MeanAndStandardDeviation: every mean moves to 128", kMeanSd, k24, 2, kSpread, 8,
        {{B, 20, 128}, {G, 100, 128}, {R, 120, 128}, {B, 30, 197}, {B, 10, 58}, {R, 100, 58}}},
-      {"MeanAndStandardDeviation: a flat channel", kMeanSd, k24, 2, kFlatGreen, 8, {}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.why);

@@ -128,20 +128,14 @@ TEST(CheckedDecoder, RefusesHostileStreams) {
 }
 
 TEST(CheckedDecoder, AcceptsWellFormedStreamsTheWriterNeverProduces) {
-  struct Case {
-    const char *why;
-    eCompressType type;
-    Bytes stream;
-    Bytes output;
-  };
-  const Case cases[] = {
+  const struct { const char *why; eCompressType type; Bytes stream, output; } cases[] = {
       {"overlapping reference", eLZ77, Stream({0x00, 0x41, 0x00, 0x05, 0x01}), Bytes(6, 0x41)},
       {"long count form for a short run", eRLE, Stream({0x00, 0x00, 0x80, 0x02, 0x43}),
        Bytes(3, 0x43)},
       {"Huffman root leaf: an empty code", eHuffman, Stream(PackBits("1 01000100", 0)),
        Bytes(5, 0x44)},
   };
-  for (const Case &c : cases) {
+  for (const auto &c : cases) {
     SCOPED_TRACE(c.why);
     CImageCompress codec;
     codec.InitCompress(c.type, c.output.size());

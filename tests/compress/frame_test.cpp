@@ -10,12 +10,8 @@ namespace {
 constexpr eCompressType kCodecs[] = {eHuffman, eLZ77, eRLE};
 
 TEST(ImageCompress, CapacitiesAndTheAdvertisedThirtyTwoBitWrap) {
-  const struct {
-    const char *why;
-    int type;
-    unsigned long size, advertised;  // what InitCompress returns, computed in 32 bits
-    unsigned long long bound;        // MaxEncodedSize, without the wrap
-  } cases[] = {
+  // advertised: what InitCompress returns, computed in 32 bits; bound: MaxEncodedSize.
+  const struct { const char *why; int type; unsigned long size, advertised, bound; } cases[] = {
       {"Huffman: size plus a full tree and the length word", 1, 1000, 1388, 388 + 1067},
       {"run-length: size + size/256 + 5", 3, 1000, 1008, 1008},
       {"LZ77 sizes like run-length", 2, 1000, 1008, 1008},
@@ -24,7 +20,7 @@ TEST(ImageCompress, CapacitiesAndTheAdvertisedThirtyTwoBitWrap) {
       {"last size before the 32-bit product wraps", 3, 16711935, 16777220, 16777220},
       {"the product wraps to 256: a 6-byte capacity", 3, 16711936, 6, 16777222},
       {"LZ77 wraps alike, though its table gets all 16,777,472 entries", 2, 16711936, 6, 16777222},
-      {"Huffman adds in 32 bits too", 1, 0xFFFFFFFFul, 387, 4580180355ull},
+      {"Huffman adds in 32 bits too", 1, 0xFFFFFFFFul, 387, 4580180355ul},
       {"16711936 = 65281 x 256: 388 + 65281 x 273", 1, 16711936, 16712324, 17822101},
   };
   for (const auto &c : cases) {

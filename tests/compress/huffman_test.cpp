@@ -57,15 +57,6 @@ TEST(Huffman, EveryValueOnceGetsEightBitCodes) {
   EXPECT_EQ(HuffmanStream(all, 0).size(), 4u + 640u);
 }
 
-TEST(Huffman, RandomBytesOutgrowTheAdvertisedCapacity) {
-  const Bytes noise = RandomBytes(65536, 12345);
-  CImageCompress codec;
-  const unsigned long advertised = codec.InitCompress(eHuffman, noise.size());
-  const Bytes stream = HuffmanStream(noise, 0);
-  EXPECT_GT(stream.size(), advertised);
-  EXPECT_LE(stream.size(), CImageCompress::MaxEncodedSize(eHuffman, noise.size()));
-}
-
 // Data bits of the code for these counts, or -1 when the code cannot be built.
 long long DataBits(const uint32_t counts[256]) {
   detail::CodeTable code;

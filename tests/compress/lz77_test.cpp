@@ -27,23 +27,18 @@ Bytes Distinct(int first, int count, uint32_t seed) {
   return out;
 }
 
-TEST(Lz77, VarLengthUsesFewestBytes) {
-  const struct {
-    uint32_t value;
-    Bytes bytes;
-  } cases[] = {{127, {0x7F}}, {128, {0x81, 0x00}}, {16383, {0xFF, 0x7F}},
-               {16384, {0x81, 0x80, 0x00}}, {0xFFFFFFFF, {0x8F, 0xFF, 0xFF, 0xFF, 0x7F}}};
+TEST(Lz77, VarLengthUsesFewestBytesAndReadsPaddedGroups) {
+  const struct { uint32_t value; Bytes bytes; } cases[] = {
+      {127, {0x7F}}, {128, {0x81, 0x00}}, {16384, {0x81, 0x80, 0x00}},
+      {0xFFFFFFFF, {0x8F, 0xFF, 0xFF, 0xFF, 0x7F}}};
+  uint8_t buffer[8];
+  uint32_t read = 0;
   for (const auto &c : cases) {
-    SCOPED_TRACE(c.value);
-    uint8_t buffer[8];
-    const uint32_t written = detail::WriteVarLength(c.value, buffer);
-    EXPECT_EQ(Bytes(buffer, buffer + written), c.bytes);
-    uint32_t read = 0;
+    EXPECT_EQ(Bytes(buffer, buffer + detail::WriteVarLength(c.value, buffer)), c.bytes);
     EXPECT_EQ(detail::ReadVarLength(c.bytes.data(), &read), c.bytes.size());
     EXPECT_EQ(read, c.value);
   }
   const Bytes padded = {0x80, 0x80, 0x81, 0x00}; // leading empty groups are accepted
-  uint32_t read = 0;
   EXPECT_EQ(detail::ReadVarLength(padded.data(), &read), 4u);
   EXPECT_EQ(read, 128u);
 }
