@@ -45,15 +45,18 @@ TEST(ColorBalanceApply, WritesTheLowByteAndLeavesPaddingAndTheFourthByte) {
 }
 
 TEST(ColorBalanceApply, OnlyTheCallerTableFormSetsTheAppliedFlag) {
-  const struct { const char* why; unsigned width, height, format; bool nullPixels, nullTable, sets; }
-      cases[] = {
-          {"an ordinary image", 1, 1, 200, false, false, true},
-          {"rows without pixels still count as applied", 0, 1, 200, false, false, true},
-          {"no rows: nothing happens", 1, 0, 200, false, false, false},
-          {"unsupported layout returns first", 1, 1, 300, false, false, false},
-          {"null pixels return first", 1, 1, 200, true, false, false},
-          {"a null table is refused", 1, 1, 200, false, true, false},
-      };
+  const struct {
+    const char* why;
+    unsigned width, height, format;
+    bool nullPixels, nullTable, sets;
+  } cases[] = {
+      {"an ordinary image", 1, 1, 200, false, false, true},
+      {"rows without pixels still count as applied", 0, 1, 200, false, false, true},
+      {"no rows: nothing happens", 1, 0, 200, false, false, false},
+      {"unsupported layout returns first", 1, 1, 300, false, false, false},
+      {"null pixels return first", 1, 1, 200, true, false, false},
+      {"a null table is refused", 1, 1, 200, false, true, false},
+  };
   Tables tables;  // each channel's own table: blue v + 1, green v + 2, red v + 3
   for (unsigned v = 0; v < Tables::kEntries; ++v)
     for (int ch : {B, G, R}) tables.at[ch][v] = uint16_t(v + 1 + ch);

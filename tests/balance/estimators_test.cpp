@@ -120,7 +120,7 @@ TEST(Estimators, HandWorkedTables) {
     if (c.entries.empty()) { EXPECT_EQ(out.tables, Tables()); }
     for (const Entry& e : c.entries)
       EXPECT_EQ(out.tables(e.channel, e.index), e.value)
-          << "channel " << e.channel << " entry " << e.index;
+      << "channel " << e.channel << " entry " << e.index;
   }
 }
 
@@ -144,8 +144,13 @@ TEST(WhiteWorld, ReadsTheSelectedPixelAtRowStartPlusColumnBytes) {
 
 TEST(Estimators, WhatReturnsEarlyAndWhatMeasuresWithoutWriting) {
   enum Flag { kKept, kSet, kCleared };  // the "unchanged" flag afterwards
-  const struct { const char* why; unsigned width, height, format; bool nullPixels; int depth; Flag flag; }
-      cases[] = {
+  const struct {
+    const char* why;
+    unsigned width, height, format;
+    bool nullPixels;
+    int depth;
+    Flag flag;
+  } cases[] = {
       {"null pixels", 2, 1, 200, true, 8, kKept},
       {"unsupported layout", 2, 1, 300, false, 8, kKept},
       {"height 0 would divide by zero", 2, 0, 200, false, 8, kKept},
@@ -195,16 +200,16 @@ TEST(Estimators, BothFormsAndAllLayoutsAgreeAndTouchOnlyTheirOwnTables) {
         EXPECT_TRUE(caller.ownTablesUntouched);
         EXPECT_EQ(UnchangedFlag(own), caller.unchanged);
         if (e.caller != kWhite) {  // it addresses its pixel per layout, by design
-          EXPECT_EQ(caller.unchanged, expected.unchanged);
-          EXPECT_EQ(caller.tables, expected.tables);
+      EXPECT_EQ(caller.unchanged, expected.unchanged);
+      EXPECT_EQ(caller.tables, expected.tables);
         }
         // Written entries agree; the rest keep each form's initial value.
         const size_t written = caller.unchanged ? 0 : size_t(1) << depth;
         Tables expectOwn = caller.tables;
         for (int ch : {B, G, R}) {
-          std::fill(expectOwn.at[ch].begin() + written, expectOwn.at[ch].end(), 0);
-          EXPECT_EQ(std::count(caller.tables.at[ch].begin() + written, caller.tables.at[ch].end(),
-                               Tables::kUnwritten), long(Tables::kEntries - written));
+      std::fill(expectOwn.at[ch].begin() + written, expectOwn.at[ch].end(), 0);
+      EXPECT_EQ(std::count(caller.tables.at[ch].begin() + written, caller.tables.at[ch].end(),
+                           Tables::kUnwritten), long(Tables::kEntries - written));
         }
         EXPECT_EQ(ReadTables(own), expectOwn);
       }

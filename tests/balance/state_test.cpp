@@ -48,7 +48,8 @@ TEST(ColorBalanceState, CopiesCarryEveryFieldAndAllOfEachTable) {
 }
 
 TEST(ColorBalanceOffsets, AddClampedOffsetsToTheFirst256EntriesOnly) {
-  const struct { int red, green, blue; Bgr at0, at245, at250; } cases[] = {{10, 0, -300, {0, 0, 10}, {0, 245, 255}, {0, 250, 255}},
+  const struct { int red, green, blue; Bgr at0, at245, at250; } cases[] = {
+      {10, 0, -300, {0, 0, 10}, {0, 245, 255}, {0, 250, 255}},
                {INT_MAX, INT_MIN, 0, {0, 0, 255}, {245, 0, 255}, {250, 0, 255}}};
   for (const auto& c : cases) {
     CColorBalance balance;
@@ -81,18 +82,23 @@ TEST(ColorBalanceDispatch, RunsTheEstimatorOfTheAlgorithmAtDepth8) {
   const Estimator byAlgorithm[] = {&CColorBalance::MeanEqualization, &CColorBalance::GrayWorld,
                                    &CColorBalance::StandardDeviation,
                                    &CColorBalance::MeanAndStandardDeviation};
-  const struct { const char* why; int algorithm; unsigned height, format; bool nullPixels; int depth; }
-      cases[] = {
-          {"MeanEqualization", 0, 2, 200, false, 8},
-          {"GrayWorld", 1, 2, 200, false, 8},
-          {"StandardDeviation", 2, 2, 200, false, 8},
-          {"MeanAndStandardDeviation", 3, 2, 200, false, 8},
-          {"algorithm 4 runs nothing but sets the depth", 4, 2, 200, false, 8},
-          {"algorithm -1 runs nothing but sets the depth", -1, 2, 200, false, 8},
-          {"an unsupported layout runs nothing but sets the depth", 1, 2, 300, false, 8},
-          {"null pixels change nothing", 1, 2, 200, true, 16},
-          {"height 0 changes nothing", 1, 0, 200, false, 16},
-      };
+  const struct {
+    const char* why;
+    int algorithm;
+    unsigned height, format;
+    bool nullPixels;
+    int depth;
+  } cases[] = {
+      {"MeanEqualization", 0, 2, 200, false, 8},
+      {"GrayWorld", 1, 2, 200, false, 8},
+      {"StandardDeviation", 2, 2, 200, false, 8},
+      {"MeanAndStandardDeviation", 3, 2, 200, false, 8},
+      {"algorithm 4 runs nothing but sets the depth", 4, 2, 200, false, 8},
+      {"algorithm -1 runs nothing but sets the depth", -1, 2, 200, false, 8},
+      {"an unsupported layout runs nothing but sets the depth", 1, 2, 300, false, 8},
+      {"null pixels change nothing", 1, 2, 200, true, 16},
+      {"height 0 changes nothing", 1, 0, 200, false, 16},
+  };
   for (const auto& c : cases)
     for (Format format : kFormats) {
       SCOPED_TRACE(testing::Message() << c.why << ", " << Name(format));

@@ -149,7 +149,8 @@ inline void ExpectLit(const Image &out, int channel, int from, int to,
       unsigned expected = 0;
       for (const Cell &cell : lit)
         if (cell.r + d.r == r && cell.c + d.c == c) expected = cell.v;
-      EXPECT_EQ(out.At(r, c, channel), expected) << "channel " << channel << " at " << r << "," << c;
+      EXPECT_EQ(out.At(r, c, channel), expected) << "channel " << channel << " at " << r << ","
+                                                  << c;
     }
 }
 

@@ -74,7 +74,8 @@ TEST(Bilinear, RedAndBlueLeaveAOnePixelFrameGreenTwo) {
                   Region(size, ch == kGreen ? 2 : 1));
   // Only the decimating cases zero the fourth byte; the others keep the buffer's.
   // margin 1: every pass zeroes it, 2: only green does, 8: none.
-  const struct { Out kind; ePatternOrigin origin; int margin; } cases[] = {{Out::k32From8, eOriginGB, 2},  {Out::k32From8, eOriginGR, 1},
+  const struct { Out kind; ePatternOrigin origin; int margin; } cases[] = {
+      {Out::k32From8, eOriginGB, 2}, {Out::k32From8, eOriginGR, 1},
                {Out::k32From8, eOriginBG, 8},  {Out::k32From8, eOriginRG, 8},
                {Out::k32From16, eOriginGB, 1}, {Out::k32From16, eOriginRG, 1}};
   for (const auto &c : cases)
@@ -127,7 +128,8 @@ TEST(Bilinear, DecimatedPassesStoreEveryFactorthPositionPacked) {
 }
 
 TEST(Bilinear, RefusesWalksThatWouldLeaveTheOutput) {
-  const struct { const char *why; Out kind; int outSize; } cases[] = {{"packed walk longer than the output", Out::k32From16, 4},
+  const struct { const char *why; Out kind; int outSize; } cases[] = {
+      {"packed walk longer than the output", Out::k32From16, 4},
                {"8-bit GB blue pass does not decimate: needs a full output", Out::k32From8, 6}};
   for (const auto &c : cases) {
     CBayerConverter cv;

@@ -10,6 +10,8 @@ using namespace bayer_test;
 namespace {
 
 TEST(ConverterTables, RulesByRecordModeAndFormat) {
+  const Out b24 = Out::k24From8, w24 = Out::k24From16, w32 = Out::k32From16, w48 = Out::k48From16;
+  const eCalculationMode fast = eFastBilinear;
   // red, green, blue: balance offsets on the 8-bit scale.
   const struct {
     const char *why;
@@ -17,17 +19,17 @@ TEST(ConverterTables, RulesByRecordModeAndFormat) {
     eCalculationMode mode;
     int depth, format, red, green, blue, channel, index, expected;
   } cases[] = {
-      {"8-bit: 10 + 250 clamps to 255", Out::k24From8, eFastBilinear, 8, 100, 10, 0, -300, kRed, 250, 255},
-      {"8-bit: the offset alone at entry 0", Out::k24From8, eFastBilinear, 8, 100, 10, 0, -300, kRed, 0, 10},
-      {"8-bit: -300 + 299 clamps to 0", Out::k24From8, eFastBilinear, 8, 100, 10, 0, -300, kBlue, 299, 0},
-      {"8-bit: entries past 255 saturate", Out::k24From8, eFastBilinear, 8, 100, 10, 0, -300, kBlue, 555, 255},
-      {"12-bit: the offset scaled by 16", Out::k48From16, eFastBilinear, 12, 100, 2, 0, -1, kRed, 100, 132},
-      {"12-bit: -16 + 17", Out::k48From16, eFastBilinear, 12, 100, 2, 0, -1, kBlue, 17, 1},
-      {"12-bit saturates at 4095", Out::k24From16, eFastBilinear, 12, 100, 2, 0, -1, kRed, 4080, 4095},
-      {"fast 32-bit output: shifted to 8 bits", Out::k32From16, eFastBilinear, 12, 100, 2, 0, -1, kRed, 100, 132 >> 4},
-      {"32-bit output of another mode: sensor scale", Out::k32From16, eBilinear, 12, 100, 2, 0, -1, kRed, 100, 132},
-      {"byte formats ignore the depth: 300 clamps", Out::k32From16, eFastBilinear, 16, 112, 0, -5, 0, kRed, 300, 255},
-      {"byte formats ignore the depth: 10 - 5", Out::k32From16, eFastBilinear, 16, 112, 0, -5, 0, kGreen, 10, 5},
+      {"8-bit: 10 + 250 clamps to 255", b24, fast, 8, 100, 10, 0, -300, kRed, 250, 255},
+      {"8-bit: the offset alone at entry 0", b24, fast, 8, 100, 10, 0, -300, kRed, 0, 10},
+      {"8-bit: -300 + 299 clamps to 0", b24, fast, 8, 100, 10, 0, -300, kBlue, 299, 0},
+      {"8-bit: entries past 255 saturate", b24, fast, 8, 100, 10, 0, -300, kBlue, 555, 255},
+      {"12-bit: the offset scaled by 16", w48, fast, 12, 100, 2, 0, -1, kRed, 100, 132},
+      {"12-bit: -16 + 17", w48, fast, 12, 100, 2, 0, -1, kBlue, 17, 1},
+      {"12-bit saturates at 4095", w24, fast, 12, 100, 2, 0, -1, kRed, 4080, 4095},
+      {"fast 32-bit output: shifted to 8 bits", w32, fast, 12, 100, 2, 0, -1, kRed, 100, 132 >> 4},
+      {"32-bit output of other modes: sensor scale", w32, eBilinear, 12, 100, 2, 0, -1, kRed, 100, 132},
+      {"byte formats ignore the depth: 300 clamps", w32, fast, 16, 112, 0, -5, 0, kRed, 300, 255},
+      {"byte formats ignore the depth: 10 - 5", w32, fast, 16, 112, 0, -5, 0, kGreen, 10, 5},
   };
   for (const auto &c : cases) {
     CBayerConverter conv;
@@ -95,7 +97,7 @@ TEST(ConverterSettings, GetColorBalanceQuirkAndCopies) {
   a.GetRedLUT()[1000] = 1;  // the copies own their tables
   for (CBayerConverter *x : {&copied, &assigned})
     EXPECT_EQ((std::vector<int>{x->GetRedLUT()[1000], x->GetPatternOrigin(), x->GetSampleFactor()}),
-              (std::vector<int>{4242, eOriginRG, 3}));
+          (std::vector<int>{4242, eOriginRG, 3}));
 }
 
 TEST(ConverterEntryPoints, MatrixStepOnlyInThe24And48BitEntryPoints) {

@@ -147,7 +147,8 @@ TEST(Laplacian2, GreenAtARedSiteUnderEveryOrigin) {
     int centre, farW, farE, farN, farS, nearW, nearE, nearN, nearS;
     unsigned narrow, wide;
   } cases[] = {
-      {"the eleven-candidate example: south only", 200, 40, 60, 50, 70, 100, 110, 90, 120, 185, 185},
+      {"the eleven-candidate example: south only", 200, 40, 60, 50, 70, 100, 110, 90, 120, 185,
+       185},
       {"west only, built with two references, loses to east (100 + 110)", 200, 190, 100, 40, 40,
        100, 110, 90, 120, 160, 160},
       {"all four: 255 + 1020 >> 3, limited to 255 in bytes", 255, 0, 0, 0, 0, 255, 255, 255, 255,
@@ -178,8 +179,10 @@ TEST(Laplacian2, GreenSiteReadsTheFrameAndSideTwoHasTwoReferences) {
   m.At(2, 1) = 30;
   m.At(2, 3) = m.At(2, 5) = m.At(0, 3) = m.At(4, 3) = 90;
   m.At(1, 3) = m.At(3, 3) = m.At(2, 4) = 60;
-  const struct { unsigned frameGreen, blue; } cases[] = {{20, 70},   // both sides fail T1 (120); side 1's 80 beats side 2's 2 x 100 - 60
-               {80, 75}};  // both sides: gradient 60 < 69, (30 + 90) / 2 + 60 / 4
+  // Frame green 20: both sides fail T1 (120); side 1's 80 beats side 2's 2 x 100 - 60.
+  // Frame green 80: both sides, gradient 60 < 69: (30 + 90) / 2 + 60 / 4.
+  const struct { unsigned frameGreen, blue; } cases[] = {{20, 70},
+               {80, 75}};
   for (const auto &c : cases) {
     CBayerConverter cv;
     cv.SetCalcMode(eLaplacian2);
