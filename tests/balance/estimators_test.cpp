@@ -33,14 +33,14 @@ struct Outcome {
   Tables tables;
   bool unchanged, ownTablesUntouched;
 };
-Outcome Estimate(Caller estimator, Image& image, int depth) {
+Outcome Estimate(Caller estimator, Image& image, int depth, bool readOwnTables = false) {
   CColorBalance balance;
   balance.SetLutDepth(depth);
   Outcome out;
   (balance.*estimator)(image.Info(), image.Data(), out.tables.red(), out.tables.green(),
                        out.tables.blue());
   out.unchanged = UnchangedFlag(balance);
-  out.ownTablesUntouched = ReadTables(balance) == Tables(0);
+  out.ownTablesUntouched = !readOwnTables || ReadTables(balance) == Tables(0);
   return out;
 }
 
@@ -185,7 +185,7 @@ TEST(Estimators, BothFormsAndAllLayoutsAgreeAndTouchOnlyTheirOwnTables) {
   std::vector<Bgr> pixels;
   for (unsigned i = 0; i < 35; ++i) pixels.push_back(reference.Get(i / 7, i % 7));
   for (const auto& e : kEstimators)
-    for (int depth : {0, 1, 8, 12, 16}) {
+    for (int depth : {0, 8, 12, 16}) {
       const Outcome expected = Estimate(e.caller, reference, depth);
       for (Format format : kFormats) {
         SCOPED_TRACE(testing::Message() << e.name << ", " << Name(format) << ", depth " << depth);
@@ -194,7 +194,7 @@ TEST(Estimators, BothFormsAndAllLayoutsAgreeAndTouchOnlyTheirOwnTables) {
         CColorBalance own;
         own.SetLutDepth(depth);
         (own.*e.own)(image.Info(), image.Data());
-        const Outcome caller = Estimate(e.caller, image, depth);
+        const Outcome caller = Estimate(e.caller, image, depth, /*readOwnTables=*/true);
         EXPECT_EQ(image.Bytes(), before);
         EXPECT_FALSE(own.GetAutoColorBalanceApplied());
         EXPECT_TRUE(caller.ownTablesUntouched);

@@ -105,6 +105,7 @@ TEST(CheckedDecoder, RefusesHostileStreams) {
       {"escape byte alone", eRLE, 4, Stream({0x00}), 4},
       {"long run count cut off", eRLE, 4, Stream({0x00, 0x00, 0x85}), 400},
       {"run beyond the output", eRLE, 4, Stream({0x00, 0x00, 0x04, 0x41}), 4},
+      {"run beyond what a literal left", eRLE, 4, Stream({0x00, 0x41, 0x00, 0x03, 0x42}), 4},
       {"back-reference before the start", eLZ77, 16, Stream({0x00, 0x41, 0x00, 0x04, 0x02}), 16},
       {"distance 0", eLZ77, 16, Stream({0x00, 0x41, 0x00, 0x04, 0x00}), 16},
       {"length below 4", eLZ77, 16, Stream({0x00, 0x41, 0x00, 0x80, 0x03, 0x01}), 16},
