@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "image_io.h"
+#include "image_files.h"
 #include "tavrix/color_balance.h"
 
 namespace {
@@ -27,8 +27,9 @@ struct BgrImage {
 // The demonstration's image files hold red, green, blue; the library's 24-bit
 // layout is blue, green, red.
 bool ReadPng(const std::string& path, BgrImage& image) {
-  demo::RgbImage rgb;
-  if (!demo::ReadPng(path, rgb)) return false;
+  tavrix::files::RgbImage rgb;
+  std::string error;
+  if (!tavrix::files::ReadImage(path, rgb, error) || rgb.bits != 8) return false;
   image.width = unsigned(rgb.width);
   image.height = unsigned(rgb.height);
   image.bytes.resize(rgb.data.size());
@@ -38,11 +39,11 @@ bool ReadPng(const std::string& path, BgrImage& image) {
 }
 
 bool WritePng(const std::string& path, const BgrImage& image) {
-  demo::RgbImage rgb{int(image.width), int(image.height), 8,
+  tavrix::files::RgbImage rgb{int(image.width), int(image.height), 8,
                      std::vector<std::uint16_t>(image.bytes.size())};
   for (std::size_t i = 0; i < image.bytes.size(); i += 3)
     for (int c = 0; c < 3; ++c) rgb.data[i + c] = image.bytes[i + 2 - c];
-  return !demo::WriteImage(path, rgb).empty();
+  return !tavrix::files::WriteViewableImage(path, rgb).empty();
 }
 
 // Where the build says the shared sample images are, if it says so.

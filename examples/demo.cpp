@@ -18,11 +18,12 @@
 
 #include "balance_demo.h"
 #include "chart.h"
-#include "image_io.h"
+#include "image_files.h"
 
 namespace {
 
-using demo::RgbImage;
+using tavrix::files::RgbImage;
+using tavrix::files::WriteViewableImage;
 
 constexpr int kChartWidth = 1024, kChartHeight = 768;
 constexpr int kBenchWidth = 4096, kBenchHeight = 3072;
@@ -150,7 +151,7 @@ int main(int argc, char **argv) {
   std::vector<std::uint16_t> chart12to8(chart12.size());
   for (std::size_t i = 0; i < chart12.size(); ++i) chart12to8[i] = chart12[i] >> (kSensorBits - 8);
   std::printf("Tavrix demonstration: a %dx%d chart, written to %s/\n", w, h, dir.c_str());
-  std::printf("  %s\n", demo::WriteImage(dir + "/chart.png", {w, h, 8, chart8}).c_str());
+  std::printf("  %s\n", WriteViewableImage(dir + "/chart.png", {w, h, 8, chart8}).c_str());
 
   std::printf("\nPSNR in dB against the chart (interior; mean over the four origins):\n");
   std::printf("%-12s", "algorithm");
@@ -175,7 +176,7 @@ int main(int argc, char **argv) {
           RgbImage image{w, h, sensorScale ? 16 : 8, rgb};
           if (sensorScale)
             for (auto &v : image.data) v = std::uint16_t(v << (16 - kSensorBits));
-          demo::WriteImage(dir + "/" + alg.name + "_" + (vi.eightBitInput ? "8" : "16") + "to" +
+          WriteViewableImage(dir + "/" + alg.name + "_" + (vi.eightBitInput ? "8" : "16") + "to" +
                                std::to_string(vi.recordBytes * 8) + "_" + OriginName(origin) +
                                ".png",
                            image);

@@ -18,3 +18,11 @@ cmake -S "$root" -B "$root/build-sanitize" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DT
 cmake --build "$root/build-sanitize" -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir "$root/build-sanitize" -j"$jobs" --output-on-failure
+
+echo "== Fuzz targets: smoke run (clang, libFuzzer)"
+if command -v clang++ >/dev/null; then
+  "$root/fuzz/run.sh"
+else
+  echo "clang++ is not installed: fuzz smoke run skipped"
+fi
+echo "All tests passed."

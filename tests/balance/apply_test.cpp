@@ -8,29 +8,25 @@ namespace {
 using namespace balance_test;
 
 TEST(ColorBalanceApply, AcceptsExactlyTheThreeLayouts) {
-  const struct {
-    const char* why;
-    unsigned colorFormat, bitsPerPixel, bitsPerChannel;
-    bool accepted;
-  } kCases[] = {
-      {"24-bit three channels", 200, 24, 8, true},
-      {"48-bit, whatever the channel depth says", 200, 48, 3, true},
-      {"32-bit four bytes, whatever the channel depth says", 500, 32, 0, true},
-      {"24-bit needs 8-bit channels", 200, 24, 16, false},
-      {"three channels are never 32-bit", 200, 32, 8, false},
-      {"four bytes are never 24-bit", 500, 24, 8, false},
-      {"four bytes are never 48-bit", 500, 48, 16, false},
-      {"unknown layout code", 300, 24, 8, false},
-  };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.why);
+  const struct { const char* why; unsigned format, bitsPerPixel, bitsPerChannel; bool accepted; }
+      cases[] = {
+          {"24-bit three channels", 200, 24, 8, true},
+          {"48-bit, whatever the channel depth says", 200, 48, 3, true},
+          {"32-bit four bytes, whatever the channel depth says", 500, 32, 0, true},
+          {"24-bit needs 8-bit channels", 200, 24, 16, false},
+          {"three channels are never 32-bit", 200, 32, 8, false},
+          {"four bytes are never 24-bit", 500, 24, 8, false},
+          {"four bytes are never 48-bit", 500, 48, 16, false},
+          {"unknown layout code", 300, 24, 8, false},
+      };
+  for (const auto& c : cases) {
     Image image = Image::Random(Format::kBgr48, 4, 2, 200, 1);  // room for any pixel size
     const std::vector<uint8_t> before = image.Bytes();
-    *image.Info() = {4, 2, c.bitsPerPixel, c.bitsPerChannel, image.Info()->imageSize, c.colorFormat};
+    *image.Info() = {4, 2, c.bitsPerPixel, c.bitsPerChannel, image.Info()->imageSize, c.format};
     CColorBalance balance;
     balance.ComputeColorBalance(1, 1, 1);
     balance.ApplyColorBalance(image.Info(), image.Data());
-    EXPECT_EQ(image.Bytes() != before, c.accepted);
+    EXPECT_EQ(image.Bytes() != before, c.accepted) << c.why;
   }
 }
 
@@ -38,60 +34,48 @@ TEST(ColorBalanceApply, WritesTheLowByteAndLeavesPaddingAndTheFourthByte) {
   CColorBalance balance;
   FillWithPattern(balance);  // entries 3i, 5i, 15i: 300 at 100, 60, 20
   for (Format format : kFormats) {
-    SCOPED_TRACE(Name(format));
     const bool wide = format == Format::kBgr48;
     // Padding and fourth bytes start as kSentinel and must stay so.
-    Image image = Image::FromPixels(format, 2, {{100, 60, 20}, {1, 2, 3}, {0, 0, 0}, {4, 5, 6}},
-                                    /*padding=*/5);
-    Image expected = Image::FromPixels(
-        format, 2, {wide ? Bgr{300, 300, 300} : Bgr{44, 44, 44}, {3, 10, 45}, {0, 0, 0}, {12, 25, 90}},
-        /*padding=*/5);
+    Image image = Image::FromPixels(format, 2, {{100, 60, 20}, {1, 2, 3}, {0, 0, 0}, {4, 5, 6}}, 5);
+    const Bgr first = wide ? Bgr{300, 300, 300} : Bgr{44, 44, 44};
+    Image expected = Image::FromPixels(format, 2, {first, {3, 10, 45}, {0, 0, 0}, {12, 25, 90}}, 5);
     balance.ApplyColorBalance(image.Info(), image.Data());
-    EXPECT_EQ(image.Bytes(), expected.Bytes());
-  }
-}
-
-TEST(ColorBalanceApply, CallerTablesServeTheirOwnChannels) {
-  Tables tables;
-  for (unsigned v = 0; v < Tables::kEntries; ++v)
-    for (int ch : {B, G, R}) tables.at[ch][v] = uint16_t(v + 1 + ch);
-  for (Format format : kFormats) {
-    Image image = Image::FromPixels(format, 1, {{10, 20, 30}});
-    CColorBalance balance;
-    balance.ApplyColorBalance(image.Info(), image.Data(), tables.red(), tables.green(),
-                              tables.blue());
-    EXPECT_EQ(image.Get(0, 0), (Bgr{11, 22, 33})) << Name(format);
+    EXPECT_EQ(image.Bytes(), expected.Bytes()) << Name(format);
   }
 }
 
 TEST(ColorBalanceApply, OnlyTheCallerTableFormSetsTheAppliedFlag) {
   const struct {
     const char* why;
-    unsigned width, height, colorFormat;
-    bool nullPixels, nullTable, setsFlag;
-  } kCases[] = {
-      {"an ordinary image", 2, 2, 200, false, false, true},
-      {"rows without pixels still count as applied", 0, 2, 200, false, false, true},
-      {"no rows: nothing happens", 2, 0, 200, false, false, false},
-      {"unsupported layout returns first", 2, 2, 300, false, false, false},
-      {"null pixels return first", 2, 2, 200, true, false, false},
-      {"a null table is refused", 2, 2, 200, false, true, false},
+    unsigned width, height, format;
+    bool nullPixels, nullTable, sets;
+  } cases[] = {
+      {"an ordinary image", 1, 1, 200, false, false, true},
+      {"rows without pixels still count as applied", 0, 1, 200, false, false, true},
+      {"no rows: nothing happens", 1, 0, 200, false, false, false},
+      {"unsupported layout returns first", 1, 1, 300, false, false, false},
+      {"null pixels return first", 1, 1, 200, true, false, false},
+      {"a null table is refused", 1, 1, 200, false, true, false},
   };
-  for (const auto& c : kCases) {
-    SCOPED_TRACE(c.why);
-    Image image = Image::Random(Format::kBgr24, 2, 2, 255, 3);
-    const std::vector<uint8_t> before = image.Bytes();
-    CImageData* data = image.Describe(c.width, c.height, c.colorFormat, c.nullPixels);
-    Tables tables(7);
-    CColorBalance balance;
-    balance.ApplyColorBalance(image.Info(), data, tables.red(),
-                              c.nullTable ? nullptr : tables.green(), tables.blue());
-    EXPECT_EQ(balance.GetAutoColorBalanceApplied(), c.setsFlag);
-    EXPECT_EQ(image.Bytes() == before, !c.setsFlag || c.width == 0);
-    CColorBalance own;
-    own.ApplyColorBalance(image.Info(), data);
-    EXPECT_FALSE(own.GetAutoColorBalanceApplied());
-  }
+  Tables tables;  // each channel's own table: blue v + 1, green v + 2, red v + 3
+  for (unsigned v = 0; v < Tables::kEntries; ++v)
+    for (int ch : {B, G, R}) tables.at[ch][v] = uint16_t(v + 1 + ch);
+  for (const auto& c : cases)
+    for (Format format : kFormats) {
+      SCOPED_TRACE(testing::Message() << c.why << ", " << Name(format));
+      Image image = Image::FromPixels(format, 1, {{10, 20, 30}});
+      const Bgr before = image.Get(0, 0);
+      const unsigned code = c.format == 200 ? image.Info()->colorFormat : c.format;
+      CImageData* data = image.Describe(c.width, c.height, code, c.nullPixels);
+      CColorBalance balance;
+      balance.ApplyColorBalance(image.Info(), data, tables.red(),
+                                c.nullTable ? nullptr : tables.green(), tables.blue());
+      EXPECT_EQ(balance.GetAutoColorBalanceApplied(), c.sets);
+      EXPECT_EQ(image.Get(0, 0), (c.sets && c.width ? Bgr{11, 22, 33} : before));
+      CColorBalance own;
+      own.ApplyColorBalance(image.Info(), data);
+      EXPECT_FALSE(own.GetAutoColorBalanceApplied());
+    }
 }
 
 TEST(ColorBalanceApply, NothingToCorrectStopsOnlyTheCallerTableForm) {

@@ -52,27 +52,18 @@ TEST(DeviationSquares, AreThePowerFunctionsBitsEvenWhenMemoSlotsCollide) {
   }
 }
 
-TEST(LevelConversion, TruncatesThenClampsAndSendsNaNToZero) {
+TEST(LevelConversion, TruncatesClampsAndWrapsLikeThirtyTwoBitIntegers) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double inf = std::numeric_limits<double>::infinity();
-  const struct {
-    double value;
-    uint32_t fullScale;
-    uint16_t level;
-  } kCases[] = {{nan, 255, 0},      {-inf, 255, 0},   {-1e300, 255, 0},  {-0.9, 255, 0},
-                {0.99, 255, 0},     {1.0, 255, 1},    {254.999, 255, 254}, {255.0, 255, 255},
-                {1e300, 255, 255},  {inf, 255, 255},  {65535.5, 65535, 65535},
-                {7.7, 0, 0}};
-  for (const auto& c : kCases)
+  const struct { double value; uint32_t fullScale; uint16_t level; } cases[] = {
+      {nan, 255, 0},       {-inf, 255, 0},     {-0.9, 255, 0},          {0.99, 255, 0},
+      {254.999, 255, 254}, {1e300, 255, 255},  {65535.5, 65535, 65535}, {7.7, 0, 0}};
+  for (const auto& c : cases)
     EXPECT_EQ(detail::ToLevel(c.value, c.fullScale), c.level) << c.value << " / " << c.fullScale;
-}
-
-TEST(LevelConversion, OffsetsSaturateAndTheCountWrapsLikeASigned32BitProduct) {
   EXPECT_EQ(detail::TruncateToInt32(-1.6), -1);
-  EXPECT_EQ(detail::TruncateToInt32(std::numeric_limits<double>::quiet_NaN()), 0);
+  EXPECT_EQ(detail::TruncateToInt32(nan), 0);
   EXPECT_EQ(detail::TruncateToInt32(1e12), INT32_MAX);
-  EXPECT_EQ(detail::TruncateToInt32(-1e12), INT32_MIN);
-  EXPECT_EQ(detail::PixelCount({nullptr, 0, 4096, 3072}), 12582912.0);
+  // The pixel count is a signed 32-bit product.
   EXPECT_EQ(detail::PixelCount({nullptr, 0, 65536, 32768}), -2147483648.0);
   EXPECT_EQ(detail::PixelCount({nullptr, 0, 65536, 65536}), 0.0);
 }

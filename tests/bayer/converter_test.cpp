@@ -1,270 +1,153 @@
 // Converter state: the two table rules, when tables are rebuilt, the
-// rescalers, thresholds, accessors, copying, and refused calls.
+// rescalers, thresholds, accessors, copying, and which layouts are refused.
 #include <gtest/gtest.h>
 
 #include "bayer/lut_rules.h"
-#include "conversion_util.h"
+#include "bayer_test_util.h"
 
-using namespace tavrix_test;
+using namespace bayer_test;
 
 namespace {
 
-const std::vector<std::uint16_t> kFlat4x4(16, 100);
-constexpr ISize k4x4 = {4, 4};
-
-TEST(ConverterTables, EightBitRuleClampsOffsetPlusIndex) {
-  CBayerConverter conv;
-  conv.SetColorBalance(10, 0, -300);
-  Convert(conv, Variant::k8To24, kFlat4x4, k4x4);
-  EXPECT_EQ(conv.GetRedLUT()[250], 255);
-  EXPECT_EQ(conv.GetRedLUT()[0], 10);
-  EXPECT_EQ(conv.GetGreenLUT()[7], 7);
-  for (int i = 0; i < 300; ++i) ASSERT_EQ(conv.GetBlueLUT()[i], 0) << i;
-  EXPECT_EQ(conv.GetBlueLUT()[555], 255);  // indexes above the sample range saturate
-}
-
-TEST(ConverterTables, SixteenBitRuleScalesTheOffsetAndShiftsForFast32BitOutput) {
+TEST(ConverterTables, RulesByRecordModeAndFormat) {
+  const Out b24 = Out::k24From8, w24 = Out::k24From16, w32 = Out::k32From16, w48 = Out::k48From16;
+  const eCalculationMode fast = eFastBilinear;
+  // red, green, blue: balance offsets on the 8-bit scale.
   const struct {
     const char *why;
-    Variant v;
+    Out kind;
     eCalculationMode mode;
-    int index, expected;
+    int depth, format, red, green, blue, channel, index, expected;
   } cases[] = {
-      {"12-bit: clamp(16 * 2 + i, 0, 4095)", Variant::k16To48, eFastBilinear, 100, 132},
-      {"12-bit saturates at 4095", Variant::k16To24, eFastBilinear, 4080, 4095},
-      {"12-bit fast 32-bit output: shifted down to 8 bits", Variant::k16To32, eFastBilinear, 100,
-       132 >> 4},
-      {"12-bit 32-bit output of another mode: sensor scale", Variant::k16To32, eBilinear, 100, 132},
+      {"8-bit: 10 + 250 clamps to 255", b24, fast, 8, 100, 10, 0, -300, kRed, 250, 255},
+      {"8-bit: the offset alone at entry 0", b24, fast, 8, 100, 10, 0, -300, kRed, 0, 10},
+      {"8-bit: -300 + 299 clamps to 0", b24, fast, 8, 100, 10, 0, -300, kBlue, 299, 0},
+      {"8-bit: entries past 255 saturate", b24, fast, 8, 100, 10, 0, -300, kBlue, 555, 255},
+      {"12-bit: the offset scaled by 16", w48, fast, 12, 100, 2, 0, -1, kRed, 100, 132},
+      {"12-bit: -16 + 17", w48, fast, 12, 100, 2, 0, -1, kBlue, 17, 1},
+      {"12-bit saturates at 4095", w24, fast, 12, 100, 2, 0, -1, kRed, 4080, 4095},
+      {"fast 32-bit output: shifted to 8 bits", w32, fast, 12, 100, 2, 0, -1, kRed, 100, 132 >> 4},
+      {"32-bit output of other modes: sensor scale", w32, eBilinear, 12, 100, 2, 0, -1, kRed, 100, 132},
+      {"byte formats ignore the depth: 300 clamps", w32, fast, 16, 112, 0, -5, 0, kRed, 300, 255},
+      {"byte formats ignore the depth: 10 - 5", w32, fast, 16, 112, 0, -5, 0, kGreen, 10, 5},
   };
   for (const auto &c : cases) {
     CBayerConverter conv;
     conv.SetCalcMode(c.mode);
-    conv.SetColorBalance(2, 0, -1);
-    Convert(conv, c.v, kFlat4x4, k4x4, 12);
-    EXPECT_EQ(conv.GetRedLUT()[c.index], c.expected) << c.why;
+    conv.SetColorBalance(c.red, c.green, c.blue);
+    Convert(conv, Mosaic(4, 4, 100), c.kind, c.depth, c.format);
+    const unsigned short *tables[] = {conv.GetBlueLUT(), conv.GetGreenLUT(), conv.GetRedLUT()};
+    EXPECT_EQ(tables[c.channel][c.index], c.expected) << c.why;
   }
-  CBayerConverter conv;
-  conv.SetColorBalance(0, 0, -1);
-  Convert(conv, Variant::k16To48, kFlat4x4, k4x4, 12);
-  EXPECT_EQ(conv.GetBlueLUT()[16], 0);  // -16 + 16
-  EXPECT_EQ(conv.GetBlueLUT()[17], 1);
-}
-
-TEST(ConverterTables, ByteRuleIgnoresTheDepth) {
-  for (unsigned short depth : {10, 12, 16}) {
-    CBayerConverter conv;
-    conv.SetColorBalance(0, -5, 0);
-    Convert(conv, Variant::k16To32, kFlat4x4, k4x4, depth, 112);
-    EXPECT_EQ(conv.GetRedLUT()[300], 255);
-    EXPECT_EQ(conv.GetRedLUT()[200], 200);
-    EXPECT_EQ(conv.GetGreenLUT()[3], 0);
-    EXPECT_EQ(conv.GetGreenLUT()[10], 5);
-  }
-}
-
-TEST(ConverterTables, HugeOffsetsWrapLikeThirtyTwoBitWords) {
-  // (0x10000000 << 4) wraps to 0 in 32 bits: the table is then the plain ramp.
+  // (0x10000000 << 4) wraps to 0 in 32 bits: the plain ramp.
   EXPECT_EQ(tavrix::detail::SixteenBitRule(0x10000000, 77, 12, 4, 0), 77);
-  EXPECT_EQ(tavrix::detail::SixteenBitRule(INT32_MAX, 5, 8, 0, 0), 0);  // wraps negative
+  EXPECT_EQ(tavrix::detail::SixteenBitRule(INT32_MAX, 5, 8, 0, 0), 0);
   EXPECT_EQ(tavrix::detail::ByteRule(INT32_MIN, 255), 0);
 }
 
-TEST(ConverterTables, RebuiltOnlyWhenTheDepthSettingsChange) {
+TEST(ConverterTables, CallerValuesLastUntilDepthModeOrFormatChange) {
   CBayerConverter conv;
-  Convert(conv, Variant::k16To32, kFlat4x4, k4x4, 12);
-  conv.GetRedLUT()[100] = 77;  // a caller's value
-  Convert(conv, Variant::k16To32, kFlat4x4, k4x4, 12);
-  EXPECT_EQ(conv.GetRedLUT()[100], 77) << "same depth and format: no rebuild";
-  EXPECT_EQ(Convert(conv, Variant::k16To32, kFlat4x4, k4x4, 12).At(0).r, 77);
-  conv.SetCalcMode(eBilinear);  // changes the output shift of the 32-bit tables
-  Convert(conv, Variant::k16To32, kFlat4x4, k4x4, 12);
-  EXPECT_EQ(conv.GetRedLUT()[100], 100);
-  conv.GetRedLUT()[100] = 77;
-  Convert(conv, Variant::k16To32, kFlat4x4, k4x4, 12, 113);  // a new format rebuilds
-  EXPECT_EQ(conv.GetRedLUT()[100], 100);
-  // An unknown format leaves the tables as they are and converts nothing.
-  conv.SetCalcMode(eFastBilinear);
-  conv.GetRedLUT()[100] = 77;
-  EXPECT_TRUE(Convert(conv, Variant::k16To32, kFlat4x4, k4x4, 12, 7).AllUntouched());
-  EXPECT_EQ(conv.GetRedLUT()[100], 77);
+  const Mosaic flat(4, 4, 7);
+  Convert(conv, flat, Out::k48From16, 12);
+  conv.GetBlueLUT()[7] = 5000;  // a caller's curve, beyond 12 bits
+  conv.GetRedLUT()[7] = 33;
+  EXPECT_EQ(Convert(conv, flat, Out::k48From16, 12).Px(0), (Pixel{4095, 7, 33, -1}))
+      << "kept, and limited to the depth in 48-bit output";
+  EXPECT_EQ(Convert(conv, flat, Out::k48From16, 10).Px(0), (Pixel{7, 7, 7, -1})) << "new depth";
+  Convert(conv, flat, Out::k32From16, 10);  // fast 32-bit output: shifted to 8 bits
+  conv.GetRedLUT()[7] = 33;
+  conv.SetCalcMode(eBilinear);  // no output shift in this mode
+  Convert(conv, flat, Out::k32From16, 10);
+  EXPECT_EQ(conv.GetRedLUT()[7], 7) << "a new mode";
+  conv.GetRedLUT()[7] = 33;
+  Convert(conv, flat, Out::k32From16, 10, 113);
+  EXPECT_EQ(conv.GetRedLUT()[7], 7) << "a new format";
+  conv.GetRedLUT()[7] = 33;
+  conv.SetCalcMode(eFastBilinear);  // the mode that reads the format
+  EXPECT_TRUE(Convert(conv, flat, Out::k32From16, 10, 7).AllUntouched()) << "unknown format";
+  EXPECT_EQ(conv.GetRedLUT()[7], 33);
 }
 
-TEST(ConverterTables, RescalersSpreadTheFirst256Entries) {
+TEST(ConverterTables, RescalersSpreadTheFirstEntriesAndThresholdsTruncate) {
   CBayerConverter conv;
-  for (int i = 0; i < 65536; ++i) conv.GetRedLUT()[i] = std::uint16_t(i);
-  conv.RescaleLUTBGRx(10);
-  const unsigned short *t = conv.GetRedLUT();
-  EXPECT_EQ(t[0], 0);
-  EXPECT_EQ(t[3], 0);
-  EXPECT_EQ(t[4], 1);
-  EXPECT_EQ(t[7], 1);
-  EXPECT_EQ(t[1023], 255);
-  EXPECT_EQ(t[1024], 1024) << "entries from 2^bits on are left alone";
-
-  for (int i = 0; i < 65536; ++i) conv.GetGreenLUT()[i] = std::uint16_t(i);
+  unsigned short *t = conv.GetGreenLUT();
+  for (int i = 0; i < 65536; ++i) t[i] = std::uint16_t(i);
+  conv.RescaleLUTBGRx(10);  // entries from 2^bits on are left alone
+  EXPECT_EQ((std::vector<int>{t[3], t[4], t[1023], t[1024]}), (std::vector<int>{0, 1, 255, 1024}));
+  for (int i = 0; i < 65536; ++i) t[i] = std::uint16_t(i);
+  conv.RescaleLUTBGR24(17);  // out of range: nothing happens
   conv.RescaleLUTBGR24(10);
-  EXPECT_EQ(conv.GetGreenLUT()[1023], 1020);
-  EXPECT_EQ(conv.GetGreenLUT()[5], 4);
-
-  for (int i = 0; i < 65536; ++i) conv.GetBlueLUT()[i] = std::uint16_t(i);
-  conv.RescaleLUTBGR24(16);
-  EXPECT_EQ(conv.GetBlueLUT()[65535], 255 << 8);
-  conv.RescaleLUTBGRx(17);  // out of range: nothing happens
-  conv.RescaleLUTBGRx(7);
-  EXPECT_EQ(conv.GetBlueLUT()[65535], 255 << 8);
+  EXPECT_EQ((std::vector<int>{t[5], t[1023], t[1024]}), (std::vector<int>{4, 1020, 1024}));
+  EXPECT_EQ(tavrix::detail::ScaledThreshold(170, 12), 2730);  // 170 x 4095 / 255 = 2730.0
+  EXPECT_EQ(tavrix::detail::ScaledThreshold(250, 12), 4014);  // 4014.7 truncates
 }
 
-TEST(ConverterThresholds, ScaleToTheBitDepthByTruncation) {
-  const int eight[] = {0, 69, 170, 250, 255}, twelve[] = {0, 1108, 2730, 4014, 4095};
-  for (int k = 0; k < 5; ++k) {
-    EXPECT_EQ(tavrix::detail::ScaledThreshold(eight[k], 8), eight[k]);
-    EXPECT_EQ(tavrix::detail::ScaledThreshold(eight[k], 12), twelve[k]);
-  }
-}
-
-TEST(ConverterSettings, AccessorsStoreAndReturnWithTheirQuirks) {
-  CBayerConverter conv;
-  EXPECT_EQ(conv.GetPatternOrigin(), eOriginGB);
-  EXPECT_EQ(conv.GetCalcMode(), eFastBilinear);
-  EXPECT_EQ(conv.GetSampleFactor(), 1);
-  EXPECT_FALSE(conv.GetColorCorrectionMode());
-  for (int i = 0; i < 65536; i += 4097) EXPECT_EQ(conv.GetGreenLUT()[i], 0);
-
-  conv.SetColorBalance(1, 2, 3);
-  int r = -1, g = -1, b = -1;
-  conv.GetColorBalance(r, g, b);
-  EXPECT_EQ(r, 1);
-  EXPECT_EQ(g, 3) << "the blue offset lands in the second argument";
-  EXPECT_EQ(b, -1) << "the third argument is left as it was";
-
-  double m[9];
-  conv.GetCorrectionMatrix(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]);
-  for (int i = 0; i < 9; ++i) EXPECT_EQ(m[i], i % 4 == 0 ? 1.0 : 0.0);
-  conv.SetCorrectionMatrix(1, 2, 3, 4, 5, 6, 7, 8, 9);
-  conv.GetCorrectionMatrix(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]);
-  for (int i = 0; i < 9; ++i) EXPECT_EQ(m[i], i + 1);
-}
-
-TEST(ConverterSettings, CopiesCarryTablesAndSettings) {
+TEST(ConverterSettings, GetColorBalanceQuirkAndCopies) {
   CBayerConverter a;
-  a.SetColorBalance(5, 6, 7);
+  a.SetColorBalance(1, 2, 3);
+  int r = -1, g = -1, b = -1;
+  a.GetColorBalance(r, g, b);
+  // The blue offset lands in the second argument; the third is left as it was.
+  EXPECT_EQ((std::vector<int>{r, g, b}), (std::vector<int>{1, 3, -1}));
   a.SetPatternOrigin(eOriginRG);
   a.SetSampleFactor(3);
-  a.SetCorrectionMatrix(1, 2, 3, 4, 5, 6, 7, 8, 9);
   a.GetRedLUT()[1000] = 4242;
-  CBayerConverter b(a);
-  CBayerConverter c;
-  c = a;
-  for (CBayerConverter *x : {&b, &c}) {
-    EXPECT_EQ(x->GetRedLUT()[1000], 4242);
-    EXPECT_EQ(x->GetPatternOrigin(), eOriginRG);
-    EXPECT_EQ(x->GetSampleFactor(), 3);
-    double m[9];
-    x->GetCorrectionMatrix(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]);
-    EXPECT_EQ(m[8], 9);
-  }
-  CColorMatrix m1;
-  m1.m_matrix[3] = 2.5;
-  CColorMatrix m2;
-  m2 = m1;
-  EXPECT_EQ(m2.m_matrix[3], 2.5);
-  m2.ResetMatrix();
-  EXPECT_EQ(m2.m_matrix[3], 0.0);
-  EXPECT_EQ(m2.m_matrix[4], 1.0);
+  CBayerConverter copied(a), assigned;
+  assigned = a;
+  a.GetRedLUT()[1000] = 1;  // the copies own their tables
+  for (CBayerConverter *x : {&copied, &assigned})
+    EXPECT_EQ((std::vector<int>{x->GetRedLUT()[1000], x->GetPatternOrigin(), x->GetSampleFactor()}),
+          (std::vector<int>{4242, eOriginRG, 3}));
 }
 
 TEST(ConverterEntryPoints, MatrixStepOnlyInThe24And48BitEntryPoints) {
   CColorMatrix m;
   for (int i = 0; i < 9; ++i) m.m_matrix[i] = i + 0.5;
-  double e[9];
-  for (Variant v : kAllVariants) {
+  for (Out kind : kAllOutputs) {
     CBayerConverter conv;
     conv.SetCalcMode(static_cast<eCalculationMode>(7));  // runs only the preparation steps
-    const Output out = Convert(conv, v, kFlat4x4, k4x4, 12, 100, m);
-    EXPECT_TRUE(out.AllUntouched()) << Name(v);
+    EXPECT_TRUE(Convert(conv, Mosaic(4, 4, 100), kind, 12, 100, m).AllUntouched()) << Name(kind);
+    double e[9];
     conv.GetCorrectionMatrix(e[0], e[1], e[2], e[3], e[4], e[5], e[6], e[7], e[8]);
-    const bool takesMatrix = RecordBytes(v) != 4;
-    EXPECT_EQ(e[1], takesMatrix ? 1.5 : 0.0) << Name(v);
+    EXPECT_EQ(e[1], Is32(kind) ? 0.0 : 1.5) << Name(kind);
   }
 }
 
-struct Refusal {
-  const char *why;
-  ISize in, out;
-  unsigned short depth;
-  int factor;
-};
-const Refusal kRefusals[] = {
-    {"odd width", {5, 4}, {5, 4}, 8, 1},
-    {"too narrow", {2, 8}, {2, 8}, 8, 1},
-    {"odd height", {6, 5}, {6, 5}, 8, 1},
-    {"too short", {8, 2}, {8, 2}, 8, 1},
-    {"negative size", {-4, 4}, {4, 4}, 8, 1},
-    {"output narrower than input", {8, 8}, {6, 8}, 8, 1},
-    {"output shorter than input", {8, 8}, {8, 6}, 8, 1},
-    {"depth below 8", {4, 4}, {4, 4}, 7, 1},
-    {"depth above 16", {4, 4}, {4, 4}, 17, 1},
-};
-
-TEST(ConverterEntryPoints, RefusedCallsLeaveTheWholeOutputUntouched) {
-  for (const Refusal &c : kRefusals)
-    for (Variant v : kAllVariants) {
-      if (EightBitInput(v) && c.depth != 8) continue;
-      SCOPED_TRACE(std::string(c.why) + ", " + Name(v));
-      CBayerConverter conv;
-      conv.SetSampleFactor(c.factor);
-      const ISize in = {c.in.width < 0 ? 4 : c.in.width, c.in.height};
-      Output out(v, {c.out.width < 0 ? 4 : c.out.width, c.out.height});
-       ConvertInto(conv, v, std::vector<std::uint16_t>(std::size_t(in.width) * in.height, 9), c.in, out,
-          c.out, c.depth);
-      EXPECT_TRUE(out.AllUntouched());
-    }
-}
-
-TEST(ConverterEntryPoints, ThirtyTwoBitOutputsRefuseWalksOutsideTheirBuffers) {
-  const Refusal cases[] = {
-      {"factor 0", {8, 8}, {8, 8}, 8, 0},
-      {"negative factor", {8, 8}, {4, 4}, 8, -2},
-      {"factor 1 with a smaller output", {8, 8}, {4, 4}, 8, 1},
-      {"factor 2 reading past the row", {8, 8}, {6, 4}, 8, 2},
-      {"factor 2 writing past the output", {8, 12}, {4, 4}, 8, 2},
-      {"factor 3 wider than the input", {8, 8}, {4, 4}, 8, 3},
-      {"output of odd height", {8, 8}, {4, 3}, 8, 2},
-      {"huge factor", {8, 8}, {4, 4}, 8, 1 << 30},
+TEST(ConverterEntryPoints, AcceptedAndRefusedLayouts) {
+  enum Which { kAll, k32Only };
+  const struct { const char *why; ISize in, out; int depth, factor; Which which; bool accepted; }
+      cases[] = {
+      {"smallest frame", {4, 4}, {4, 4}, 8, 1, kAll, true},
+      {"the smallest width with more rows", {4, 6}, {4, 6}, 8, 1, kAll, true},
+      {"decimation by 2", {8, 8}, {4, 4}, 8, 2, k32Only, true},
+      {"odd width", {5, 4}, {5, 4}, 8, 1, kAll, false},
+      {"too narrow", {2, 8}, {2, 8}, 8, 1, kAll, false},
+      {"odd height", {6, 5}, {6, 5}, 8, 1, kAll, false},
+      {"too short", {8, 2}, {8, 2}, 8, 1, kAll, false},
+      {"negative size", {-4, 4}, {4, 4}, 8, 1, kAll, false},
+      {"output narrower than input", {8, 8}, {6, 8}, 8, 1, kAll, false},
+      {"depth below 8", {4, 4}, {4, 4}, 7, 1, kAll, false},
+      {"depth above 16", {4, 4}, {4, 4}, 17, 1, kAll, false},
+      {"factor 0", {8, 8}, {8, 8}, 8, 0, k32Only, false},
+      {"factor 2 reading past the row", {8, 8}, {6, 4}, 8, 2, k32Only, false},
+      {"factor 2 writing past the output", {8, 12}, {4, 4}, 8, 2, k32Only, false},
+      {"factor 3 wider than the input", {8, 8}, {4, 4}, 8, 3, k32Only, false},
+      {"output of odd height", {8, 8}, {4, 3}, 8, 2, k32Only, false},
+      {"huge factor", {8, 8}, {4, 4}, 8, 1 << 30, k32Only, false},
   };
-  for (const Refusal &c : cases)
-    for (Variant v : {Variant::k8To32, Variant::k16To32}) {
-      SCOPED_TRACE(std::string(c.why) + ", " + Name(v));
+  for (const auto &c : cases)
+    for (Out kind : kAllOutputs) {
+      if ((c.which == k32Only && !Is32(kind)) || (From8(kind) && c.depth != 8)) continue;
+      SCOPED_TRACE(std::string(c.why) + ", " + Name(kind));
       CBayerConverter conv;
       conv.SetSampleFactor(c.factor);
-      Output out(v, c.out);
-       ConvertInto(conv, v, std::vector<std::uint16_t>(64 + 32, 9), c.in, out, c.out);
-      EXPECT_TRUE(out.AllUntouched());
+      Mosaic m(16, 16, 9);
+      m.size = c.in;
+      Image out(kind, c.out);
+      ConvertInto(conv, m, out, c.depth);
+      EXPECT_EQ(out.AllUntouched(), !c.accepted);
+      EXPECT_TRUE(out.GuardIntact());
     }
-}
-
-TEST(ConverterEntryPoints, SmallestFramesAreAccepted) {
-  for (ISize size : {ISize{4, 4}, ISize{4, 6}, ISize{6, 4}})
-    for (Variant v : kAllVariants) {
-      CBayerConverter conv;
-      const Output out =
-          Convert(conv, v, std::vector<std::uint16_t>(std::size_t(size.width) * size.height, 9),
-                  size);
-      EXPECT_FALSE(out.Untouched(0)) << Name(v);
-    }
-}
-
-TEST(ConverterEntryPoints, LargerOutputWithoutDecimationIsWrittenWithinBounds) {
-  // The walk steps through the output by the input width, so a wider output
-  // is written at drifting positions, but never past its end.
-  const ISize in = {8, 8}, out = {12, 10};
-  for (Variant v : {Variant::k8To24, Variant::k16To48}) {
-    CBayerConverter conv;
-    Output o(v, out);
-     ConvertInto(conv, v, RandomMosaic(in, 8, 1), in, o, out);
-    EXPECT_TRUE(o.GuardIntact());
-    EXPECT_FALSE(o.Untouched(0));
-  }
 }
 
 }  // namespace

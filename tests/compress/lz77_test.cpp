@@ -27,30 +27,18 @@ Bytes Distinct(int first, int count, uint32_t seed) {
   return out;
 }
 
-TEST(Lz77, VarLengthUsesFewestBytes) {
-  struct Case {
-    uint32_t value;
-    Bytes bytes;
-  };
-  const Case cases[] = {{0, {0x00}},
-                        {127, {0x7F}},
-                        {128, {0x81, 0x00}},
-                        {16383, {0xFF, 0x7F}},
-                        {16384, {0x81, 0x80, 0x00}},
-                        {2097151, {0xFF, 0xFF, 0x7F}},
-                        {268435456, {0x81, 0x80, 0x80, 0x80, 0x00}},
-                        {0xFFFFFFFF, {0x8F, 0xFF, 0xFF, 0xFF, 0x7F}}};
-  for (const Case &c : cases) {
-    SCOPED_TRACE(c.value);
-    uint8_t buffer[8];
-    const uint32_t written = detail::WriteVarLength(c.value, buffer);
-    EXPECT_EQ(Bytes(buffer, buffer + written), c.bytes);
-    uint32_t read = 0;
+TEST(Lz77, VarLengthUsesFewestBytesAndReadsPaddedGroups) {
+  const struct { uint32_t value; Bytes bytes; } cases[] = {
+      {127, {0x7F}}, {128, {0x81, 0x00}}, {16384, {0x81, 0x80, 0x00}},
+      {0xFFFFFFFF, {0x8F, 0xFF, 0xFF, 0xFF, 0x7F}}};
+  uint8_t buffer[8];
+  uint32_t read = 0;
+  for (const auto &c : cases) {
+    EXPECT_EQ(Bytes(buffer, buffer + detail::WriteVarLength(c.value, buffer)), c.bytes);
     EXPECT_EQ(detail::ReadVarLength(c.bytes.data(), &read), c.bytes.size());
     EXPECT_EQ(read, c.value);
   }
   const Bytes padded = {0x80, 0x80, 0x81, 0x00}; // leading empty groups are accepted
-  uint32_t read = 0;
   EXPECT_EQ(detail::ReadVarLength(padded.data(), &read), 4u);
   EXPECT_EQ(read, 128u);
 }
@@ -60,12 +48,11 @@ TEST(Lz77, GoldenPayloads) {
   const Bytes abcd = {'A', 'B', 'C', 'D'};
   Bytes all(256);
   std::iota(all.begin(), all.end(), uint8_t(0));
-  struct Case {
+  const struct {
     const char *why;
     Bytes input;
     Bytes payload;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"one byte: escape 0x00", {0x41}, {0x00, 0x41}},
       {"one zero byte: escape 0x01", {0x00}, {0x01, 0x00}},
       {"8 x 0x41: four literals, then length 4 at distance 4", Bytes(8, 0x41),
@@ -86,7 +73,7 @@ TEST(Lz77, GoldenPayloads) {
       {"every value once: the escape 0x00 as a literal is doubled", all,
        Concat({{0x00, 0x00, 0x00}, Bytes(all.begin() + 1, all.end())})},
   };
-  for (const Case &c : cases) {
+  for (const auto &c : cases) {
     SCOPED_TRACE(c.why);
     EXPECT_EQ(Lz77Payload(c.input), c.payload);
     EXPECT_EQ(Lz77Payload(c.input, detail::Lz77EncodeReference), c.payload);
@@ -101,42 +88,24 @@ TEST(Lz77, NearestOfEqualLengthsWins) {
             Concat({{0x00}, key, {1, 2, 3, 4, 5}, {0x00, 0x04, 0x09}, {6, 7, 8}, {0x00, 0x04, 0x07}}));
 }
 
-TEST(Lz77, DecoderRepeatsOverlappingReferences) {
-  // The writer never overlaps, but a length beyond the distance repeats the bytes
-  // just written.
-  const Bytes payload = {0x00, 0x41, 0x42, 0x00, 0x07, 0x02};
-  Bytes out(10, kSentinel);
-  detail::Lz77Decode(payload.data(), out.data(), uint32_t(payload.size()));
-  EXPECT_EQ(out, (Bytes{0x41, 0x42, 0x41, 0x42, 0x41, 0x42, 0x41, 0x42, 0x41, kSentinel}));
-}
-
 TEST(Lz77, FastSearchMatchesTheLiteralSearch) {
-  Bytes runsAndBreaks; // runs of one value with single other bytes between them
+  Bytes runsAndBreaks;  // runs of one value with single other bytes between them
   for (int k = 0; k < 60; ++k) {
     runsAndBreaks.insert(runsAndBreaks.end(), size_t(3 + (k * 37) % 90), 0x55);
     runsAndBreaks.push_back(uint8_t(k % 3));
   }
-  const Bytes period13 = Concat({Repeat({9, 1, 9, 2, 9, 1, 9, 3, 4, 4, 4, 4, 4}, 3000)});
   const struct {
     const char *why;
     Bytes input;
   } cases[] = {
-      {"flat", Bytes(4000, 0x33)},
-      {"flat with a different tail", Concat({Bytes(3000, 7), {1, 2, 3, 4, 5}})},
       {"flat in parts", Concat({Bytes(700, 7), {1}, Bytes(1500, 7), {2}, Bytes(900, 7)})},
       {"runs of one value between other bytes", runsAndBreaks},
-      {"two alternating values", Repeat({0x10, 0xF0}, 5001)},
-      {"period 3 then another period", Concat({Repeat({1, 2, 3}, 3000), Repeat({1, 2, 3, 1, 2}, 3000)})},
-      {"period 13 with a run inside", period13},
+      {"period 3 then period 5", Concat({Repeat({1, 2, 3}, 3000), Repeat({1, 2, 3, 1, 2}, 3000)})},
+      {"period 13 with a run inside", Repeat({9, 1, 9, 2, 9, 1, 9, 3, 4, 4, 4, 4, 4}, 3000)},
       {"period 70, beyond the closed form", Repeat(RandomBytes(70, 21), 8000)},
-      {"runs over few values", Runs(20000, 22, 40, 3)},
       {"long runs", Runs(40000, 23, 3000, 2)},
-      {"binary noise", RandomBytes(6000, 24, 2)},
       {"four-value noise", RandomBytes(20000, 25, 4)},
-      {"uniform noise", RandomBytes(20000, 26)},
       {"8-bit mosaic", Mosaic(64, 64, 8, 1.5, 27)},
-      {"flat 8-bit mosaic cells", Mosaic(64, 64, 8, 0.0, 28)},
-      {"10-bit dark noise in 16-bit words", Mosaic(64, 48, 10, 3.0, 29)},
       {"12-bit mosaic in 16-bit words", Mosaic(64, 48, 12, 8.0, 30)},
   };
   for (const auto &c : cases) {

@@ -1,0 +1,397 @@
+// tavrix demosaic: raw mosaic (PGM or headerless samples) -> colour image.
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <memory>
+
+#include <tavrix/tavrix.h>
+
+#include "auto_balance.h"
+#include "cli.h"
+#include "image_files.h"
+
+namespace tavrix::cli {
+
+const char kDemosaicHelp[] = R"(Usage: tavrix demosaic IN OUT [options]
+       tavrix demosaic IN... --out-dir DIR [options]
+
+Turns a raw Bayer mosaic into a colour image.
+
+IN is a binary PGM (P5; maxval up to 255 gives 8-bit samples, above 255
+16-bit samples, and the maxval gives the bit depth unless --bits says
+otherwise) or, with --width, --height and --bits, a headerless file of
+samples: bytes when --bits is 8, little-endian 16-bit words for 9..16.
+OUT is .png (8 or 16 bits per channel), .ppm or .pam, by its extension.
+
+Options:
+  --pattern GB|GR|BG|RG    colours of the first row (default GB)
+  --algorithm NAME         fast | bilinear | laplacian1 | laplacian2 (default fast)
+  --output RECORD          bgr24: 8 bits per channel (default for 8-bit samples)
+                           bgr48: the sensor's own scale (default for 16-bit samples)
+                           bgrx32: 8 bits per channel, the converter's 32-bit record
+  --balance R,G,B          colour-balance offsets on the 8-bit scale, -255..255
+  --correct                apply a colour-correction matrix (identity unless --matrix)
+  --matrix m0,...,m8       the matrix, row-major, acting on (blue, green, red):
+                           m0..m2 make blue, m3..m5 green, m6..m8 red
+  --decimate N             keep every N-th column and row (fast algorithm, bgrx32
+                           output); the width becomes W/N rounded down to even;
+                           for odd N only rows that are multiples of 2N are kept
+  --auto-balance NAME      balance the result: grayworld | whiteworld | scalebymax |
+                           meanequalization | stddev | meanstddev
+  --crop X,Y,W,H           write only this region of the result
+  --width W --height H --bits B
+                           the geometry of a headerless raw IN
+  --bits B                 with a PGM: the significant bits of its samples
+  --format png|ppm|pam     type of the files written into --out-dir (default png)
+  --out-dir DIR            several inputs: write DIR/NAME.png for each IN
+  --force                  replace existing outputs
+  --quiet                  no summary line
+
+Output values: bgr48 keeps the sensor's scale, 0..2^bits-1 (values the
+Laplacian passes push outside it are clipped; words of 32768 or more, which
+the first-order pass makes of negative values, become 0). A .ppm or .pam
+stores them with maxval 2^bits-1; a 16-bit .png stores them shifted left to
+the full 16-bit scale and records the significant bits (sBIT), so that
+tavrix balance reads them back on the sensor's scale. Pixels an algorithm
+does not compute (the last row and column for fast, a border of one or two
+pixels for the others) are black.
+
+Examples:
+  tavrix demosaic frame.pgm frame.png --pattern RG --algorithm laplacian2
+  tavrix demosaic dump.raw dump.png --width 1280 --height 960 --bits 12 --pattern BG
+  tavrix demosaic *.pgm --out-dir developed --auto-balance grayworld
+)";
+
+namespace {
+
+const std::vector<OptionSpec> kOptions = {
+    {"--pattern", true}, {"--algorithm", true}, {"--output", true},       {"--balance", true},
+    {"--correct", false}, {"--matrix", true},   {"--decimate", true},     {"--auto-balance", true},
+    {"--crop", true},    {"--width", true},     {"--height", true},       {"--bits", true},
+    {"--format", true}};
+
+const ePatternOrigin kOrigins[] = {eOriginGB, eOriginGR, eOriginBG, eOriginRG};
+const eCalculationMode kModes[] = {eFastBilinear, eBilinear, eLaplacian1, eLaplacian2};
+enum class Record { kBgr24, kBgrx32, kBgr48 };
+const char *const kRecordNames[] = {"bgr24", "bgrx32", "bgr48"};
+const char *const kFormatExtensions[] = {".png", ".ppm", ".pam"};
+
+constexpr int kMaxSide = 1 << 30;
+constexpr int kMaxDecimation = 1024;
+constexpr int kMaxOffset = 255;  // beyond it every value saturates anyway
+
+// Everything the command line fixes, checked before any file is read.
+struct Settings {
+  ePatternOrigin origin = eOriginGB;
+  eCalculationMode mode = eFastBilinear;
+  bool recordGiven = false;
+  Record record = Record::kBgr24;
+  int offsets[3] = {0, 0, 0};  // red, green, blue
+  bool correct = false;
+  CColorMatrix matrix;
+  int decimate = 1;
+  bool autoBalance = false;
+  std::size_t estimator = 0;
+  bool crop = false;
+  int cropBox[4] = {0, 0, 0, 0};
+  bool raw = false;
+  int rawWidth = 0, rawHeight = 0;
+  int bits = 0;  // 0: from the PGM
+  bool replace = false;
+  bool quiet = false;
+};
+
+Settings ReadSettings(const Arguments &a) {
+  Settings s;
+  if (a.Has("--pattern")) s.origin = kOrigins[a.Choice("--pattern", {"GB", "GR", "BG", "RG"})];
+  if (a.Has("--algorithm"))
+    s.mode = kModes[a.Choice("--algorithm", {"fast", "bilinear", "laplacian1", "laplacian2"})];
+  if (a.Has("--output")) {
+    s.recordGiven = true;
+    s.record = Record(a.Choice("--output", {kRecordNames[0], kRecordNames[1], kRecordNames[2]}));
+  }
+  if (a.Has("--balance")) {
+    const std::vector<int> v = a.Integers("--balance", 3, -kMaxOffset, kMaxOffset);
+    std::copy(v.begin(), v.end(), s.offsets);
+  }
+  s.correct = a.Has("--correct");
+  if (a.Has("--matrix")) {
+    if (!s.correct) a.Refuse("--matrix needs --correct (without it the matrix is not applied)");
+    const std::vector<double> m = a.Reals("--matrix", 9);
+    std::copy(m.begin(), m.end(), s.matrix.m_matrix);
+  }
+  if (a.Has("--decimate")) s.decimate = a.Integer("--decimate", 1, kMaxDecimation);
+  if (s.decimate > 1) {
+    if (s.mode != eFastBilinear)
+      a.Refuse("--decimate needs --algorithm fast: only the fast pass thins rows and columns "
+               "alike (the per-site passes thin only some origins)");
+    if (s.correct)
+      a.Refuse("--decimate cannot be combined with --correct: the corrected fast pass thins "
+               "the rows but writes every column");
+    if (s.recordGiven && s.record != Record::kBgrx32)
+      a.Refuse("--decimate needs --output bgrx32: only the 32-bit output is thinned");
+    s.recordGiven = true;
+    s.record = Record::kBgrx32;
+  }
+  if (a.Has("--auto-balance")) {
+    s.autoBalance = true;
+    s.estimator = a.Choice("--auto-balance", EstimatorNames());
+  }
+  if (a.Has("--crop")) {
+    s.crop = true;
+    const std::vector<int> v = a.Integers("--crop", 4, 0, kMaxSide);
+    std::copy(v.begin(), v.end(), s.cropBox);
+    if (s.cropBox[2] == 0 || s.cropBox[3] == 0) a.Refuse("--crop " + a.Value("--crop") + ": empty region");
+  }
+  s.raw = a.Has("--width") || a.Has("--height");
+  if (s.raw) {
+    if (!a.Has("--width") || !a.Has("--height") || !a.Has("--bits"))
+      a.Refuse("a headerless raw input needs --width, --height and --bits together");
+    s.rawWidth = a.Integer("--width", 1, kMaxSide);
+    s.rawHeight = a.Integer("--height", 1, kMaxSide);
+  }
+  if (a.Has("--bits")) s.bits = a.Integer("--bits", 8, 16);
+  if (a.Has("--format") && !a.Has("--out-dir")) a.Refuse("--format applies to --out-dir only");
+  s.replace = a.Has("--force");
+  s.quiet = a.Has("--quiet");
+  return s;
+}
+
+files::GreyImage LoadMosaic(const std::string &path, const Settings &s) {
+  files::GreyImage mosaic;
+  std::string error;
+  if (s.raw) {
+    if (!files::ReadRawMosaic(path, s.rawWidth, s.rawHeight, s.bits, mosaic, error))
+      throw Failure(path, error);
+    return mosaic;
+  }
+  if (!files::ReadPgm(path, mosaic, error)) {
+    if (error.rfind("not a binary PGM", 0) == 0)
+      error += "; for a headerless raw file give --width, --height and --bits";
+    throw Failure(path, error);
+  }
+  if (s.bits != 0) {
+    if (!mosaic.wide && s.bits != 8)
+      throw Failure(path, "--bits " + std::to_string(s.bits) +
+                              ": the PGM holds 8-bit samples (maxval below 256), so --bits must be 8");
+    mosaic.bits = s.bits;
+  }
+  return mosaic;
+}
+
+// What the converter would refuse silently, said aloud.
+void CheckMosaic(const std::string &path, const files::GreyImage &m) {
+  const std::string size = std::to_string(m.width) + " x " + std::to_string(m.height);
+  if (m.width % 2 != 0 || m.height % 2 != 0)
+    throw Failure(path, size + ": odd " + (m.width % 2 != 0 ? "width" : "height") +
+                            "; the converter needs whole 2 x 2 Bayer cells (even width and height)");
+  if (m.width < 4 || m.height < 4)
+    throw Failure(path, size + " is too small; the converter needs at least 4 x 4");
+  const std::uint16_t top = std::uint16_t((1u << m.bits) - 1);
+  const auto high = std::find_if(m.data.begin(), m.data.end(), [top](std::uint16_t v) { return v > top; });
+  if (high != m.data.end()) {
+    const std::size_t at = std::size_t(high - m.data.begin());
+    throw Failure(path, "sample " + std::to_string(*high) + " at row " +
+                            std::to_string(at / std::size_t(m.width)) + ", column " +
+                            std::to_string(at % std::size_t(m.width)) + " does not fit in " +
+                            std::to_string(m.bits) + " bits (see --bits)");
+  }
+}
+
+// The converter's output buffer and the part of it that holds the image.
+struct Geometry {
+  ISize buffer;  // the output size handed to the converter
+  int rows;      // rows of it the conversion fills
+};
+
+Geometry GeometryOf(const std::string &path, const files::GreyImage &m, int factor) {
+  if (factor == 1) return {{m.width, m.height}, m.height};
+  // The decimating 32-bit fast pass: the even-row kernel alone visits rows
+  // 0, 2, ..., H - 2 and keeps those that are multiples of N (so of 2N for
+  // odd N), writing W/N pixels from each, packed.
+  const int width = (m.width / factor) & ~1;
+  if (width < 4)
+    throw Failure(path, "--decimate " + std::to_string(factor) + " leaves " +
+                            std::to_string(width) + " columns of " + std::to_string(m.width) +
+                            "; the converter needs an output at least 4 wide");
+  const int step = factor % 2 == 0 ? factor : 2 * factor;
+  const int rows = (m.height - 2) / step + 1;
+  // A spare row below the image: with 8-bit samples the converter clears the
+  // last row of its output, which the fast pass has otherwise not written.
+  return {{width, std::max(4, (rows + 2) & ~1)}, rows};
+}
+
+std::size_t RecordBytes(Record r) {
+  return r == Record::kBgr24 ? sizeof(tagRGBTRIPLE)
+         : r == Record::kBgrx32 ? sizeof(CBayerConverter::BGRxTRIPLE)
+                                : sizeof(CBayerConverter::RGBTRIPLE16);
+}
+
+// Runs the entry point for the record and the sample width; returns the seconds it took.
+double Convert(CBayerConverter &conv, const Settings &s, Record record,
+               const files::GreyImage &m, const ISize &outSize, std::uint16_t *buffer) {
+  const ISize inSize = {m.width, m.height};
+  CColorMatrix matrix = s.matrix;
+  std::vector<unsigned char> narrow;
+  if (!m.wide) narrow.assign(m.data.begin(), m.data.end());
+  unsigned char *bytes = reinterpret_cast<unsigned char *>(buffer);
+  const unsigned short depth = static_cast<unsigned short>(m.bits);
+  constexpr unsigned short kSixteenBitSamples = 100;  // the format code of plain 16-bit words
+  const auto start = std::chrono::steady_clock::now();
+  switch (record) {
+    case Record::kBgr24:
+      if (m.wide)
+        conv.ConvertMono16ToBGR(bytes, outSize, m.data.data(), inSize, depth, matrix);
+      else
+        conv.ConvertMono8ToBGR(bytes, outSize, narrow.data(), inSize, matrix);
+      break;
+    case Record::kBgrx32:
+      if (m.wide)
+        conv.ConvertMono16ToBGRx(bytes, outSize, m.data.data(), inSize, depth,
+                                 kSixteenBitSamples, matrix);
+      else
+        conv.ConvertMono8ToBGRx(bytes, outSize, narrow.data(), inSize, matrix);
+      break;
+    case Record::kBgr48:
+      conv.ConvertMono16ToBGR48(buffer, outSize, m.data.data(), inSize, depth, matrix);
+      break;
+  }
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  return took.count();
+}
+
+// The 48-bit records can leave the sensor's range: the Laplacian passes
+// overshoot, and the first-order one stores a negative value as a large word
+// (-5 as 65531). Files and the balance step take 0 .. 2^bits - 1, so a word
+// of 32768 or more counts as negative and becomes 0, any other value above
+// the range becomes the maximum.
+void ClipToSensorRange(std::uint16_t *words, std::size_t count, int bits) {
+  const std::uint16_t top = std::uint16_t((1u << bits) - 1);
+  constexpr std::uint16_t kWrappedNegative = 0x8000;
+  for (std::size_t i = 0; i < count; ++i)
+    if (words[i] > top) words[i] = words[i] >= kWrappedNegative ? 0 : top;
+}
+
+template <class Pixel>
+void ToRgb(const unsigned char *records, int width, int rows, std::vector<std::uint16_t> &rgb) {
+  const std::size_t count = std::size_t(width) * std::size_t(rows);
+  rgb.resize(count * 3);
+  for (std::size_t i = 0; i < count; ++i) {
+    Pixel px;
+    std::memcpy(&px, records + i * sizeof(Pixel), sizeof(Pixel));
+    rgb[3 * i] = px.rgbtRed;
+    rgb[3 * i + 1] = px.rgbtGreen;
+    rgb[3 * i + 2] = px.rgbtBlue;
+  }
+}
+
+void Crop(files::RgbImage &image, const int box[4], const std::string &path) {
+  const int x = box[0], y = box[1], w = box[2], h = box[3];
+  if (std::int64_t(x) + w > image.width || std::int64_t(y) + h > image.height)
+    throw Failure(path, "--crop " + std::to_string(x) + "," + std::to_string(y) + "," +
+                            std::to_string(w) + "," + std::to_string(h) + " reaches outside the " +
+                            std::to_string(image.width) + " x " + std::to_string(image.height) +
+                            " result");
+  std::vector<std::uint16_t> region(std::size_t(w) * std::size_t(h) * 3);
+  for (int r = 0; r < h; ++r) {
+    const auto from = image.data.begin() + std::ptrdiff_t((std::size_t(y + r) * image.width + x) * 3);
+    std::copy(from, from + std::ptrdiff_t(w) * 3, region.begin() + std::ptrdiff_t(r) * w * 3);
+  }
+  image = {w, h, image.bits, std::move(region)};
+}
+
+files::FileType OutputType(const std::string &path) {
+  const files::FileType type = files::TypeFromName(path);
+  if (type != files::FileType::kPng && type != files::FileType::kPpm && type != files::FileType::kPam)
+    throw Failure(path, "unknown image type: name it .png, .ppm or .pam");
+  if (type == files::FileType::kPng && !files::PngSupported())
+    throw Failure(path, "PNG is not available in this build (libpng was not found); name it .ppm or .pam");
+  return type;
+}
+
+void WriteResult(OutputFile &out, files::FileType type, const files::RgbImage &image) {
+  std::string error;
+  if (!files::WriteImage(out.Open(), type, image, error))
+    throw Failure(out.Path(), error, kExitCannotWrite);
+  out.Commit();
+}
+
+TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) {
+  const files::FileType type = OutputType(task.output);
+  OutputFile out(task.output, s.replace);
+  const files::GreyImage mosaic = LoadMosaic(task.input, s);
+  CheckMosaic(task.input, mosaic);
+  const Record record = s.recordGiven ? s.record : mosaic.wide ? Record::kBgr48 : Record::kBgr24;
+  if (record == Record::kBgr48 && !mosaic.wide)
+    throw Failure(task.input, "--output bgr48 needs 16-bit samples; this mosaic has 8-bit samples");
+  const Geometry g = GeometryOf(task.input, mosaic, s.decimate);
+
+  // Zero-filled, so that pixels the algorithm leaves unwritten come out black.
+  const std::size_t bytes = std::size_t(g.buffer.width) * std::size_t(g.buffer.height) * RecordBytes(record);
+  std::vector<std::uint16_t> buffer((bytes + 1) / 2, 0);
+  TaskResult result;
+  result.workSeconds = Convert(conv, s, record, mosaic, g.buffer, buffer.data());
+  result.pixels = double(mosaic.width) * mosaic.height;
+  if (record == Record::kBgr48) ClipToSensorRange(buffer.data(), buffer.size(), mosaic.bits);
+
+  const unsigned char *records = reinterpret_cast<const unsigned char *>(buffer.data());
+  if (s.autoBalance) {
+    const std::size_t imageBytes = std::size_t(g.buffer.width) * std::size_t(g.rows) * RecordBytes(record);
+    if (imageBytes > 0xffffffffu)
+      throw Failure(task.input, "too large for --auto-balance (the balance step takes images below 4 GiB)");
+    const PixelLayout layout = record == Record::kBgr24 ? PixelLayout::kBgr24
+                               : record == Record::kBgrx32 ? PixelLayout::kBgrx32
+                                                           : PixelLayout::kBgr48;
+    const int depth = record == Record::kBgr48 ? mosaic.bits : 8;
+    const auto start = std::chrono::steady_clock::now();
+    const bool applied = AutoBalance(s.estimator, layout, g.buffer.width, g.rows, depth,
+                                     reinterpret_cast<unsigned char *>(buffer.data()));
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    result.workSeconds += took.count();
+    if (!applied && !s.quiet)
+      std::fprintf(stderr, "tavrix: %s: %s found nothing to correct; written unbalanced\n",
+                   task.input.c_str(), EstimatorNames()[s.estimator].c_str());
+  }
+
+  files::RgbImage image;
+  image.width = g.buffer.width;
+  image.height = g.rows;
+  image.bits = record == Record::kBgr48 ? mosaic.bits : 8;
+  switch (record) {
+    case Record::kBgr24: ToRgb<tagRGBTRIPLE>(records, image.width, image.height, image.data); break;
+    case Record::kBgrx32:
+      ToRgb<CBayerConverter::BGRxTRIPLE>(records, image.width, image.height, image.data);
+      break;
+    case Record::kBgr48:
+      ToRgb<CBayerConverter::RGBTRIPLE16>(records, image.width, image.height, image.data);
+      break;
+  }
+  if (s.crop) Crop(image, s.cropBox, task.input);
+  WriteResult(out, type, image);
+  return result;
+}
+
+}  // namespace
+
+int DemosaicCommand(const std::vector<std::string> &args) {
+  const Arguments a("demosaic", args, kOptions);
+  const Settings s = ReadSettings(a);
+  std::string extension = files::PngSupported() ? ".png" : ".ppm";
+  if (a.Has("--format")) extension = kFormatExtensions[a.Choice("--format", {"png", "ppm", "pam"})];
+  const std::vector<Task> tasks =
+      TasksOf(a, [&](const std::string &name) { return ReplaceExtension(name, extension); });
+
+  auto conv = std::make_unique<CBayerConverter>();  // ~400 KB of tables: one for all frames
+  conv->SetPatternOrigin(s.origin);
+  conv->SetCalcMode(s.mode);
+  conv->SetSampleFactor(s.decimate);
+  conv->SetColorBalance(s.offsets[0], s.offsets[1], s.offsets[2]);
+  conv->SetColorCorrectionMode(s.correct);
+  // The 32-bit entry points correct with the stored matrix, the others with their argument.
+  const double *m = s.matrix.m_matrix;
+  conv->SetCorrectionMatrix(m[0], m[1], m[2], m[3], m[4], m[5], m[6], m[7], m[8]);
+  return RunTasks(a, tasks, Summary::kPixels,
+                  [&](const Task &task) { return Demosaic(*conv, s, task); });
+}
+
+}  // namespace tavrix::cli
