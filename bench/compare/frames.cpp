@@ -16,7 +16,7 @@
 namespace bench {
 namespace {
 
-bool ReadImage(const std::string &path, demo::RgbImage &image) {
+bool ReadImage(const std::string &path, tavrix::files::RgbImage &image) {
 #if TAVRIX_BENCH_OPENCV_IMGCODECS
   const cv::Mat bgr = cv::imread(path, cv::IMREAD_COLOR);
   if (bgr.empty() || bgr.type() != CV_8UC3) return false;
@@ -34,13 +34,13 @@ bool ReadImage(const std::string &path, demo::RgbImage &image) {
     }
   return true;
 #else
-  const std::size_t dot = path.rfind('.');
-  return dot != std::string::npos && path.substr(dot) == ".png" && demo::ReadPng(path, image);
+  std::string error;
+  return tavrix::files::ReadImage(path, image, error) && image.bits == 8;
 #endif
 }
 
 // Keeps the top-left even-sized part, so that every image starts on a whole Bayer cell.
-void CropEven(demo::RgbImage &image) {
+void CropEven(tavrix::files::RgbImage &image) {
   const int w = image.width & ~1, h = image.height & ~1;
   std::vector<std::uint16_t> cropped(std::size_t(w) * h * 3);
   for (int y = 0; y < h; ++y)
@@ -71,7 +71,7 @@ class Noise {
 
 // The image's centre part of the frame's aspect, upscaled bilinearly to the frame
 // size on the 12-bit scale.
-std::vector<std::uint16_t> Resample(const demo::RgbImage &src, int width, int height) {
+std::vector<std::uint16_t> Resample(const tavrix::files::RgbImage &src, int width, int height) {
   double cropW = src.width, cropH = src.width * double(height) / width;
   if (cropH > src.height) {
     cropH = src.height;

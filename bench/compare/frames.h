@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "image_io.h"
+#include "image_files.h"
 #include "tavrix/tavrix.h"
 
 namespace bench {
@@ -17,7 +17,7 @@ std::string ImageDir();
 
 struct NamedImage {
   std::string name;
-  demo::RgbImage image;  // 8 bits, red first, even width and height
+  tavrix::files::RgbImage image;  // 8 bits, red first, even width and height
 };
 
 // Every image of the folder that can be read here (PNG through libpng, anything

@@ -34,7 +34,7 @@ struct Scene {
   std::vector<std::uint16_t> mosaic16;
 };
 
-Scene Sample(const demo::RgbImage &image, ePatternOrigin origin) {
+Scene Sample(const tavrix::files::RgbImage &image, ePatternOrigin origin) {
   Scene s{image.width, image.height, image.data, image.data, {}, {}};
   std::transform(s.reference12.begin(), s.reference12.end(), s.reference12.begin(), To12);
   s.mosaic8.resize(std::size_t(s.width) * s.height);
