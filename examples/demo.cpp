@@ -124,6 +124,12 @@ double Psnr(const std::vector<std::uint16_t> &a, const std::vector<std::uint16_t
   return mse == 0 ? 99.0 : 10.0 * std::log10(peak * peak / mse);
 }
 
+void PrintColumnHeads() {
+  std::printf("%-12s", "algorithm");
+  for (const VariantInfo &vi : kVariants) std::printf("%10s", vi.name);
+  std::printf("\n");
+}
+
 double SecondsOf(CBayerConverter &conv, const VariantInfo &vi, const Mosaic &m,
                  std::vector<unsigned char> &out, int repeats) {
   double best = 1e30;
@@ -154,9 +160,7 @@ int main(int argc, char **argv) {
   std::printf("  %s\n", WriteViewableImage(dir + "/chart.png", {w, h, 8, chart8}).c_str());
 
   std::printf("\nPSNR in dB against the chart (interior; mean over the four origins):\n");
-  std::printf("%-12s", "algorithm");
-  for (const VariantInfo &vi : kVariants) std::printf("%10s", vi.name);
-  std::printf("\n");
+  PrintColumnHeads();
   for (const Algorithm &alg : kAlgorithms) {
     std::printf("%-12s", alg.name);
     for (const VariantInfo &vi : kVariants) {
@@ -193,9 +197,7 @@ int main(int argc, char **argv) {
   const std::vector<std::uint16_t> big12 = demo::RenderChart(kBenchWidth, kBenchHeight, kSensorBits);
   const Mosaic big = MakeMosaic(big8, big12, kBenchWidth, kBenchHeight, eOriginBG);
   std::vector<unsigned char> out(std::size_t(kBenchWidth) * kBenchHeight * 6);
-  std::printf("%-12s", "algorithm");
-  for (const VariantInfo &vi : kVariants) std::printf("%10s", vi.name);
-  std::printf("\n");
+  PrintColumnHeads();
   for (const Algorithm &alg : kAlgorithms) {
     std::printf("%-12s", alg.name);
     for (const VariantInfo &vi : kVariants) {
