@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test: first a Release build, then the same
-# suite built with AddressSanitizer and UndefinedBehaviorSanitizer (any report fails).
+# Builds everything and runs every test: a Release build, a smoke run of the fuzz
+# targets (when clang is there), then the whole suite built with AddressSanitizer
+# and UndefinedBehaviorSanitizer (any report fails).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 jobs=$(nproc)
@@ -12,6 +13,13 @@ cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release -DTAVRIX_BUILD_TEST
 cmake --build "$root/build" -j"$jobs"
 ctest --test-dir "$root/build" -j"$jobs" --output-on-failure
 
+echo "== Fuzz targets: smoke run (clang, libFuzzer)"
+if command -v clang++ >/dev/null; then
+  "$root/fuzz/run.sh"
+else
+  echo "clang++ is not installed: fuzz smoke run skipped"
+fi
+
 echo "== Sanitizer build (ASan + UBSan) and tests"
 cmake -S "$root" -B "$root/build-sanitize" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAVRIX_SANITIZE=ON \
   -DTAVRIX_BUILD_TESTS=ON -DTAVRIX_BUILD_EXAMPLES=OFF >/dev/null
@@ -19,10 +27,3 @@ cmake --build "$root/build-sanitize" -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir "$root/build-sanitize" -j"$jobs" --output-on-failure
 
-echo "== Fuzz targets: smoke run (clang, libFuzzer)"
-if command -v clang++ >/dev/null; then
-  "$root/fuzz/run.sh"
-else
-  echo "clang++ is not installed: fuzz smoke run skipped"
-fi
-echo "All tests passed."
