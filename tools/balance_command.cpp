@@ -37,7 +37,7 @@ Example:
 
 namespace {
 
-const std::vector<OptionSpec> kOptions = {{"--estimator", true}, {"--depth", true}};
+const std::vector<OptionRule> kOptions = {{"--estimator", true}, {"--depth", true}};
 
 struct Settings {
   std::size_t estimator = 0;

@@ -14,11 +14,11 @@ namespace tavrix::cli {
 
 // ---- command line -------------------------------------------------------------
 
-const std::vector<OptionSpec> kCommonOptions = {
+const std::vector<OptionRule> kCommonOptions = {
     {"--out-dir", true}, {"--force", false}, {"--quiet", false}};
 
 Arguments::Arguments(const std::string &command, const std::vector<std::string> &args,
-                     const std::vector<OptionSpec> &specs)
+                     const std::vector<OptionRule> &rules)
     : command_(command) {
   bool optionsEnded = false;
   for (std::size_t i = 0; i < args.size(); ++i) {
@@ -33,12 +33,12 @@ Arguments::Arguments(const std::string &command, const std::vector<std::string> 
     }
     const std::size_t equals = arg.find('=');
     const std::string name = arg.substr(0, equals);
-    const OptionSpec *spec = nullptr;
-    for (const std::vector<OptionSpec> *list : {&specs, &kCommonOptions})
-      for (const OptionSpec &s : *list)
-        if (name == s.name) spec = &s;
-    if (spec == nullptr) Refuse("unknown option " + name + " (see tavrix " + command + " --help)");
-    if (!spec->takesValue) {
+    const OptionRule *rule = nullptr;
+    for (const std::vector<OptionRule> *list : {&rules, &kCommonOptions})
+      for (const OptionRule &s : *list)
+        if (name == s.name) rule = &s;
+    if (rule == nullptr) Refuse("unknown option " + name + " (see tavrix " + command + " --help)");
+    if (!rule->takesValue) {
       if (equals != std::string::npos) Refuse(name + " takes no value");
       values_[name] = "";
     } else if (equals != std::string::npos) {

@@ -31,7 +31,7 @@ private:
 
 // ---- command line -------------------------------------------------------------
 
-struct OptionSpec {
+struct OptionRule {
   const char *name;  // "--pattern"
   bool takesValue;
 };
@@ -43,7 +43,7 @@ public:
   // Accepts "--name value", "--name=value" and "--" before positionals that
   // start with a dash. Unknown options and missing values throw Failure.
   Arguments(const std::string &command, const std::vector<std::string> &args,
-            const std::vector<OptionSpec> &specs);
+            const std::vector<OptionRule> &rules);
 
   const std::vector<std::string> &Positionals() const { return positionals_; }
   bool Has(const std::string &name) const { return values_.count(name) != 0; }
@@ -66,7 +66,7 @@ private:
 };
 
 // The options every command takes besides its own.
-extern const std::vector<OptionSpec> kCommonOptions;
+extern const std::vector<OptionRule> kCommonOptions;
 
 // ---- outputs ----------------------------------------------------------------
 

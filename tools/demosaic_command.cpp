@@ -64,7 +64,7 @@ Examples:
 
 namespace {
 
-const std::vector<OptionSpec> kOptions = {
+const std::vector<OptionRule> kOptions = {
     {"--pattern", true}, {"--algorithm", true}, {"--output", true},       {"--balance", true},
     {"--correct", false}, {"--matrix", true},   {"--decimate", true},     {"--auto-balance", true},
     {"--crop", true},    {"--width", true},     {"--height", true},       {"--bits", true},
