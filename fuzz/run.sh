@@ -33,15 +33,18 @@ fi
 for t in "${targets[@]}"; do
   echo "== $t"
   if [ "$mode" = smoke ]; then
-    # The seeds, then a fixed number of mutations; nothing is written back.
+    # The seeds, then a fixed number of mutations. libFuzzer adds new inputs to the
+    # first corpus folder it is given: a scratch one, so the seeds stay as committed.
     log=$(mktemp)
-    if ! "$build/fuzz/$t" -runs=3000 -seed=1 -print_final_stats=1 "$root/fuzz/corpus/$t" >"$log" 2>&1; then
+    scratch=$(mktemp -d)
+    if ! "$build/fuzz/$t" -runs=3000 -seed=1 -print_final_stats=1 "$scratch" \
+        "$root/fuzz/corpus/$t" >"$log" 2>&1; then
       cat "$log" >&2
       echo "$t failed" >&2
       exit 1
     fi
     grep -E "^stat::number_of_executed_units" "$log" || true
-    rm -f "$log"
+    rm -rf "$log" "$scratch"
   else
     mkdir -p "$build/corpus/$t"
     "$build/fuzz/$t" -max_total_time="$seconds" -print_final_stats=1 \
