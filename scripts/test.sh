@@ -12,6 +12,8 @@ cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release -DTAVRIX_BUILD_TEST
   -DTAVRIX_BUILD_EXAMPLES=ON -DTAVRIX_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build "$root/build" -j"$jobs"
 ctest --test-dir "$root/build" -j"$jobs" --output-on-failure
+"$root/build/tests/cpu/tavrix_dispatch_test" --gtest_filter=Dispatch.PrintsThePathsOfThisCpu |
+  grep 'vector paths'
 
 echo "== Fuzz targets: smoke run (clang, libFuzzer)"
 if command -v clang++ >/dev/null; then
