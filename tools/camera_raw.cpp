@@ -70,17 +70,7 @@ int BitsFor(unsigned value) {
   return bits;
 }
 
-}  // namespace
-
-bool CameraRawSupported() { return true; }
-std::string LibRawVersion() { return LibRaw::version(); }
-
-bool ReadCameraRaw(const std::string &path, int bits, CameraRaw &out, std::string &error) {
-  struct stat info;
-  if (stat(path.c_str(), &info) != 0) return Refuse(error, std::string("cannot open: ") + std::strerror(errno));
-  if (!S_ISREG(info.st_mode)) return Refuse(error, "not a regular file");
-  if (info.st_size == 0) return Refuse(error, "empty file");
-
+bool ReadWithLibRaw(const std::string &path, int bits, CameraRaw &out, std::string &error) {
   auto owner = std::make_unique<LibRaw>();  // several hundred KB: not on the stack
   LibRaw &raw = *owner;
   int dataErrors = 0;
@@ -167,16 +157,40 @@ bool ReadCameraRaw(const std::string &path, int bits, CameraRaw &out, std::strin
   return true;
 }
 
+}  // namespace
+
+bool CameraRawSupported() { return true; }
+std::string LibRawVersion() { return LibRaw::version(); }
+
 #else
 
 bool CameraRawSupported() { return false; }
 std::string LibRawVersion() { return ""; }
 
-bool ReadCameraRaw(const std::string &, int, CameraRaw &, std::string &error) {
-  error = "camera raw files need LibRaw, which this build lacks";
+namespace {
+bool ReadWithLibRaw(const std::string &, int, CameraRaw &, std::string &error) {
+  error = "not a camera raw file this build can read (it was built without LibRaw)";
   return false;
 }
+}  // namespace
 
 #endif
+
+bool ReadCameraRaw(const std::string &path, int bits, CameraRaw &raw, std::string &error) {
+  struct stat info;
+  if (stat(path.c_str(), &info) != 0) {
+    error = std::string("cannot open: ") + std::strerror(errno);
+    return false;
+  }
+  if (!S_ISREG(info.st_mode)) {
+    error = "not a regular file";
+    return false;
+  }
+  if (info.st_size == 0) {
+    error = "empty file";
+    return false;
+  }
+  return ReadWithLibRaw(path, bits, raw, error);
+}
 
 }  // namespace tavrix::files

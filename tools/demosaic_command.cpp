@@ -210,7 +210,7 @@ files::GreyImage LoadMosaic(const std::string &path, const Settings &s,
                             std::optional<files::CameraRaw> &camera) {
   files::GreyImage mosaic;
   std::string error;
-  if (!s.raw && !StartsLikePgm(path) && files::CameraRawSupported()) {
+  if (!s.raw && !StartsLikePgm(path)) {
     camera.emplace();
     if (!files::ReadCameraRaw(path, s.bits, *camera, error)) {
       const std::string notRaw = "not a camera raw file";
