@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bayer/kernels/fast_pass.h"
+#include "bayer/lut_rules.h"
 #include "bayer_test_util.h"
 #include "support/paths.h"
 
@@ -172,6 +173,132 @@ TEST(FastPassBands, StridedBandsInAnyOrderEqualTheWholeFrameCall) {
           ASSERT_EQ(out[k], kSentinel) << "byte " << k << " outside the rows";
         }
     }
+}
+
+}  // namespace
+
+namespace {
+
+// Tables as the converter builds them (a clamped offset per channel), or a
+// caller's random curve, which the vector paths must look up instead.
+struct Tables {
+  std::vector<std::uint16_t> red, green, blue;
+  d::TableSettings settings;
+  d::Luts Luts() const { return {red.data(), green.data(), blue.data()}; }
+};
+Tables MakeTables(const d::TableSettings &s, bool randomCurve, std::uint32_t seed) {
+  Tables t{std::vector<std::uint16_t>(65536), std::vector<std::uint16_t>(65536),
+           std::vector<std::uint16_t>(65536), s};
+  std::mt19937 rng(seed);
+  const int balance[3] = {s.redBalance, s.greenBalance, s.blueBalance};
+  std::vector<std::uint16_t> *tables[3] = {&t.red, &t.green, &t.blue};
+  for (int k = 0; k < 3; ++k)
+    for (int i = 0; i < 65536; ++i)
+      (*tables[k])[i] =
+          randomCurve ? std::uint16_t(rng())
+          : d::LutRuleFor(s.format) == d::LutRule::kByte
+              ? d::ByteRule(balance[k], i)
+              : d::SixteenBitRule(balance[k], i, s.bitDepth, s.depthShift, s.outputShift);
+  return t;
+}
+
+struct PathCase {
+  const char *why;
+  Out kind;
+  d::LineFamily family;
+  int depth;
+  unsigned short format;
+};
+const PathCase kPathCases[] = {
+    {"8 to 24", Out::k24From8, d::LineFamily::kPlain, 8, 100},
+    {"8 to 32", Out::k32From8, d::LineFamily::kPlain, 8, 100},
+    {"16 to 24, depth 12", Out::k24From16, d::LineFamily::kPlain, 12, 100},
+    {"16 to 32, depth 10", Out::k32From16, d::LineFamily::kPlain, 10, 100},
+    {"16 to 48, depth 14", Out::k48From16, d::LineFamily::kPlain, 14, 100},
+    {"16 to 48, depth 16: samples of 32768 and above", Out::k48From16, d::LineFamily::kPlain,
+     16, 100},
+    {"16 to 24, depth 8: samples far above the depth", Out::k24From16, d::LineFamily::kPlain, 8,
+     100},
+    {"byte-select, high bytes", Out::k32From16, d::LineFamily::kByteSelect, 12, 112},
+    {"byte-select, low bytes", Out::k32From16, d::LineFamily::kByteSelect, 12, 114},
+    {"corrected 8 to 24", Out::k24From8, d::LineFamily::kCorrected, 8, 100},
+    {"corrected 16 to 32", Out::k32From16, d::LineFamily::kCorrected, 12, 100},
+    {"corrected 16 to 48", Out::k48From16, d::LineFamily::kCorrected, 12, 100},
+};
+struct TableCase {
+  const char *why;
+  int red, green, blue;  // balance offsets
+  bool randomCurve;
+};
+const TableCase kTableCases[] = {
+    {"rebuilt, no offset", 0, 0, 0, false},
+    {"rebuilt, offsets saturate at both ends", 300, -300, 17, false},
+    {"rebuilt, small offsets of both signs", -5, 9, -1, false},
+    {"a caller's random curve", 0, 0, 0, true},
+};
+struct SizeCase {
+  int width, height, factor;
+};
+const SizeCase kPathSizes[] = {{4, 4, 1},  {6, 4, 1},  {34, 6, 1}, {66, 10, 1},
+                               {130, 8, 1}, {4098, 6, 1}, {40, 12, 2}, {30, 18, 3},
+                               {48, 16, 4}, {50, 20, 5}};
+
+TEST(FastPassPaths, EveryPathMatchesTheReferenceBitForBit) {
+  // A matrix with large, negative, infinite and NaN elements.
+  const double matrix[9] = {1.5, -0.75, 300.0, -1e300, 0.5, 0.25, 2.0, 1.0 / 0.0, 0.0 / 0.0};
+  std::uint32_t seed = 1;
+  for (const PathCase &c : kPathCases)
+    for (const TableCase &t : kTableCases)
+      for (const SizeCase &z : kPathSizes) {
+        if (z.factor != 1 && !Is32(c.kind)) continue;
+        SCOPED_TRACE(testing::Message() << c.why << ", " << t.why << ", " << z.width << "x"
+                                        << z.height << " factor " << z.factor);
+        const bool bytes = From8(c.kind);
+        const int outShift = Is32(c.kind) && c.family != d::LineFamily::kCorrected
+                                 ? c.depth - 8 : 0;
+        const d::TableSettings settings = {c.format, t.red, t.green, t.blue, c.depth,
+                                           c.depth - 8, outShift};
+        const Tables tables = MakeTables(settings, t.randomCurve, ++seed);
+        const Mosaic m = RandomMosaic(z.width, z.height, bytes ? 8 : 16, ++seed);
+        std::vector<std::uint8_t> input(m.samples.size() * (bytes ? 1 : 2));
+        for (std::size_t i = 0; i < m.samples.size(); ++i) {
+          if (bytes) input[i] = std::uint8_t(m.samples[i]);
+          else std::memcpy(&input[2 * i], &m.samples[i], 2);
+        }
+        d::FastPassJob job{};
+        job.variant = VariantOf(c.kind);
+        job.family = c.family;
+        job.input = input.data();
+        job.inputStride = std::ptrdiff_t(z.width) * (bytes ? 1 : 2);
+        job.inputSize = m.size;
+        job.outputWidth = z.width / z.factor;
+        job.evenRows = d::RowKind::kGB;
+        job.oddRows = d::RowKind::kRG;
+        job.walkEvenRows = job.walkOddRows = true;
+        job.rowBegin = 0;
+        job.rowEnd = z.height;
+        job.luts = tables.Luts();
+        job.context = {z.factor, c.depth, c.depth - 8, matrix, nullptr};
+        job.highByte = c.format == 112;
+        job.outputStride = d::FastPassRowBytes(job);
+        job.shapes = d::CheckTableShapes(job.luts, settings, bytes || c.format == 112
+                                                                 ? d::kByteReach
+                                                                 : d::kWordReach);
+        EXPECT_EQ(job.shapes.clamped, !t.randomCurve);
+        const std::size_t outBytes = std::size_t(job.outputStride) * z.height;
+        std::vector<std::uint8_t> reference[4];
+        path_test::ForEachPath([&](path_test::Path p) {
+          for (int o = 0; o < 4; ++o) {
+            job.evenRows = KindsOf(kOrigins[o]).even;
+            job.oddRows = KindsOf(kOrigins[o]).odd;
+            std::vector<std::uint8_t> out(outBytes + kGuardBytes, kSentinel);
+            job.output = out.data();
+            d::RunFastPass(job);
+            if (p == path_test::Path::kReference) reference[o] = out;
+            ASSERT_EQ(out, reference[o]) << "origin " << kOrigins[o];
+          }
+        });
+      }
 }
 
 }  // namespace

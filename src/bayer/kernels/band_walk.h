@@ -39,7 +39,8 @@ void WalkRowsOfKind(const FastPassJob &job, int parity, Put &put, RowBody body,
       kColumns == Columns::kAll ? width : std::ptrdiff_t(factor) * job.outputWidth;
   const bool decimating = factor != 1;
   const std::uint8_t *input = static_cast<const std::uint8_t *>(job.input);
-  if (std::is_same<Row, ByteOfWord>::value && job.highByte) input += 1;
+  // The scalar walk of the byte-select pass reads from the chosen byte of sample 0.
+  const int byte = std::is_same<Row, ByteOfWord>::value && job.highByte ? 1 : 0;
   std::uint8_t *output = static_cast<std::uint8_t *>(job.output);
   std::ptrdiff_t r = job.rowBegin < 0 ? 0 : job.rowBegin;
   if ((r & 1) != parity) ++r;
@@ -50,18 +51,22 @@ void WalkRowsOfKind(const FastPassJob &job, int parity, Put &put, RowBody body,
     std::uint8_t *o = output + FastPassOutputRow(job, r) * job.outputStride;
     const std::ptrdiff_t from =
         body != nullptr && !decimating ? body(bodyArgs, top, below, o, limit - 1) : 0;
-    WalkRow<kKind, kColumns>(o, Row{top}, Row{below}, limit, factor, from, job.luts, put);
+    WalkRow<kKind, kColumns>(o, Row{top + byte}, Row{below + byte}, limit, factor, from,
+                             job.luts, put);
   }
 }
 
 // Walks the band's even rows, then its odd rows (none when decimating), each
-// with its kind. `body`, when given, starts every undecimated row.
+// with its kind. `bodies` (indexed by RowKind), when given, start every
+// undecimated row.
 template <Columns kColumns, class Row, class Put>
-void WalkBand(const FastPassJob &job, Put &put, RowBody body = nullptr,
+void WalkBand(const FastPassJob &job, Put &put, const RowBody *bodies = nullptr,
               const void *bodyArgs = nullptr) {
   for (int parity = 0; parity < 2; ++parity) {
     if (parity == 0 ? !job.walkEvenRows : !job.walkOddRows || FastPassDecimates(job)) continue;
-    switch (parity == 0 ? job.evenRows : job.oddRows) {
+    const RowKind kind = parity == 0 ? job.evenRows : job.oddRows;
+    const RowBody body = bodies != nullptr ? bodies[int(kind)] : nullptr;
+    switch (kind) {
       case RowKind::kBG:
         WalkRowsOfKind<RowKind::kBG, kColumns, Row>(job, parity, put, body, bodyArgs);
         break;

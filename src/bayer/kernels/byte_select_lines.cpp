@@ -4,6 +4,7 @@
 // There is no corrected form: these kernels ignore the correction mode.
 #include "bayer/kernels/band_walk.h"
 #include "bayer/kernels/line_walk.h"
+#include "bayer/kernels/simd/line_bodies.h"
 
 namespace tavrix::detail {
 namespace {
@@ -21,7 +22,9 @@ struct ByteStore {
 void RunByteSelectPass(const FastPassJob &job) {
   if (job.variant != PassVariant::k32From16) return;
   ByteStore put;
-  WalkBand<Columns::kDecimate, ByteOfWord>(job, put);
+  VectorLineArgs args;
+  const RowBody *bodies = ChooseLineBodies(job, args);
+  WalkBand<Columns::kDecimate, ByteOfWord>(job, put, bodies, &args);
 }
 
 }  // namespace tavrix::detail

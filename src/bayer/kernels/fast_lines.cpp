@@ -5,6 +5,7 @@
 //   48-bit output: entry limited to 2^bit depth - 1
 #include "bayer/kernels/band_walk.h"
 #include "bayer/kernels/line_walk.h"
+#include "bayer/kernels/simd/line_bodies.h"
 
 namespace tavrix::detail {
 namespace {
@@ -51,7 +52,9 @@ struct PlainStore<CBayerConverter::RGBTRIPLE16> {
 template <class Record, class Row>
 void Plain(const FastPassJob &job) {
   PlainStore<Record> put(job.context);
-  WalkBand<PlainStore<Record>::kColumns, Row>(job, put);
+  VectorLineArgs args;
+  const RowBody *bodies = ChooseLineBodies(job, args);
+  WalkBand<PlainStore<Record>::kColumns, Row>(job, put, bodies, &args);
 }
 
 }  // namespace
