@@ -26,8 +26,11 @@
 // 48-bit stores both unshifted and unclamped. Table values are taken as signed
 // 16-bit numbers; samples index the tables unsigned.
 #include "bayer/kernels/plane_kernels.h"
+#include "bayer/kernels/simd/site_fast.h"
 #include "bayer/kernels/site_helpers.h"
 #include "bayer/kernels/store_policy.h"
+#include "bayer/walk_limits.h"
+#include "cpu/dispatch.h"
 
 namespace tavrix::detail {
 namespace {
@@ -217,9 +220,26 @@ struct WholeFramePass {
   }
 };
 
+// The vector bodies gather each site's operands (table lookups included, so
+// any table contents work) and run candidates and choice as lanes.
+template <class Record, class Sample>
+void Laplacian2Band(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                    const PlaneContext &context, const SiteBand &band) {
+#if TAVRIX_SIMD_X86
+  const int o = context.origin;
+  const bool assigned = o == eOriginGB || o == eOriginGR || o == eOriginBG || o == eOriginRG;
+  if (assigned && IsBayerFrame({frame.width, frame.height})) {
+    const Path path = ActivePath();
+    if (Admits(path, Path::kAvx2)) return Laplacian2RowsAvx2(frame, luts, context, band);
+    if (Admits(path, Path::kSse41)) return Laplacian2RowsSse41(frame, luts, context, band);
+  }
+#endif
+  RunBand<Laplacian2Family>(frame, luts, context, band);
+}
+
 }  // namespace
 
-TAVRIX_DEFINE_BAND_ENTRY(Laplacian2Rows, Laplacian2Family)
+TAVRIX_DEFINE_SITE_FAST(Laplacian2Rows, Laplacian2Band)
 
 }  // namespace tavrix::detail
 
