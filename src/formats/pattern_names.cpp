@@ -135,7 +135,8 @@ bool ParseOpenCv(std::string_view s, PatternName *out) {
     }
   if (!known) return false;
   if (!rest.empty() && rest != "_VNG" && rest != "_EA") return false;
-  std::optional<Cell> cell = pattern.size() == 2 ? CellOfOpenCvPair(pattern) : CellOfLetters(pattern);
+  const std::optional<Cell> cell =
+      pattern.size() == 2 ? CellOfOpenCvPair(pattern) : CellOfLetters(pattern);
   return cell && Set(out, *cell, std::nullopt, 0);
 }
 
