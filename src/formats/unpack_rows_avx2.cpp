@@ -1,8 +1,43 @@
-// Avx2 row unpackers (placeholder: every layout runs the reference).
-#include "formats/unpack_rows.h"
+// AVX2 row unpackers: sixteen samples per step, eight from each 128-bit lane
+// (compiled with the AVX2 flags).
+#include <immintrin.h>
+
+#include "formats/unpack_rows_simd.h"
 
 namespace tavrix::detail {
+namespace {
 
-UnpackRowFunction Avx2UnpackRow(Packing) { return nullptr; }
+struct Avx2 {
+  using V = __m256i;
+  using Count = __m128i;
+  static constexpr std::size_t kSamples = 16;
+  // The low lane from p, the high lane from the next eight samples' bytes.
+  template <int kLaneBytes>
+  static V Load(const std::uint8_t *p) {
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + kLaneBytes));
+    return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+  }
+  static void Store(std::uint16_t *p, V v) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), v);
+  }
+  static V Bytes(const std::int8_t (&b)[16]) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(b)));
+  }
+  static V Words(const std::uint16_t (&w)[8]) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(w)));
+  }
+  static V Shuffle(V v, V mask) { return _mm256_shuffle_epi8(v, mask); }
+  static V MulLow(V a, V b) { return _mm256_mullo_epi16(a, b); }
+  static V Or(V a, V b) { return _mm256_or_si256(a, b); }
+  template <int n> static V ShiftLeftBy(V v) { return _mm256_slli_epi16(v, n); }
+  template <int n> static V ShiftRightBy(V v) { return _mm256_srli_epi16(v, n); }
+  static Count MakeCount(unsigned n) { return _mm_cvtsi32_si128(int(n)); }
+  static V ShiftRight(V v, Count n) { return _mm256_srl_epi16(v, n); }
+};
+
+}  // namespace
+
+UnpackRowFunction Avx2UnpackRow(Packing packing) { return Select<Avx2>(packing); }
 
 }  // namespace tavrix::detail
