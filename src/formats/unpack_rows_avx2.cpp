@@ -11,18 +11,27 @@ struct Avx2 {
   using V = __m256i;
   using Count = __m128i;
   static constexpr std::size_t kSamples = 16;
-  // The low lane from p, the high lane from the next eight samples' bytes.
+  static constexpr std::size_t kLoadBytes = 32;
+  // One 32-byte load; the low lane keeps bytes 0-15, the high lane gets the
+  // dwords from the one holding the next eight samples' first byte (their
+  // shuffle indexes are moved by the remaining offset, see Bytes).
   template <int kLaneBytes>
   static V Load(const std::uint8_t *p) {
-    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
-    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p + kLaneBytes));
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(low), high, 1);
+    constexpr int d = kLaneBytes / 4;
+    const __m256i all = _mm256_loadu_si256(reinterpret_cast<const __m256i *>(p));
+    return _mm256_permutevar8x32_epi32(all, _mm256_setr_epi32(0, 1, 2, 3, d, d + 1, d + 2, d + 3));
   }
   static void Store(std::uint16_t *p, V v) {
     _mm256_storeu_si256(reinterpret_cast<__m256i *>(p), v);
   }
+  template <int kLaneBytes>
   static V Bytes(const std::int8_t (&b)[16]) {
-    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(b)));
+    alignas(32) std::int8_t both[32];
+    for (int i = 0; i < 16; ++i) {
+      both[i] = b[i];
+      both[16 + i] = b[i] < 0 ? b[i] : std::int8_t(b[i] + kLaneBytes % 4);
+    }
+    return _mm256_load_si256(reinterpret_cast<const __m256i *>(both));
   }
   static V Words(const std::uint16_t (&w)[8]) {
     return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(w)));

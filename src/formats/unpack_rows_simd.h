@@ -13,7 +13,8 @@
 //             zero-extended and shifted left, or'ed with the low bits cut from
 //             their byte the same way (raw10, raw12, raw14, mono12packed);
 //   kWords    whole words or bytes, optionally shifted right (plain, msb16, be16).
-// An AVX2 step does two such loads, one per 128-bit lane. Whatever is left at the
+// An AVX2 step decodes two such groups of bytes, one per 128-bit lane, from one
+// 32-byte load. Whatever is left at the
 // end of a row (fewer samples than a step, or too few bytes for the last load)
 // goes to the reference.
 #ifndef TAVRIX_SRC_FORMATS_UNPACK_ROWS_SIMD_H
@@ -86,7 +87,7 @@ constexpr Desc kBe16 = {Packing::kBe16, Recipe::kWords, 16,
 template <class Ops, const Desc &D>
 typename Ops::V Decode(typename Ops::V bytes, typename Ops::Count shift) {
   using V = typename Ops::V;
-  const V window = Ops::Shuffle(bytes, Ops::Bytes(D.high));
+  const V window = Ops::Shuffle(bytes, Ops::template Bytes<D.inBytes>(D.high));
   if constexpr (D.kind == Recipe::kWords) {
     return Ops::ShiftRight(window, shift);
   } else {
@@ -94,7 +95,7 @@ typename Ops::V Decode(typename Ops::V bytes, typename Ops::Count shift) {
     if constexpr (D.kind == Recipe::kShifted) {
       return Ops::template ShiftRightBy<D.lowShift>(Ops::MulLow(window, multipliers));
     } else {
-      const V low = Ops::Shuffle(bytes, Ops::Bytes(D.low));
+      const V low = Ops::Shuffle(bytes, Ops::template Bytes<D.inBytes>(D.low));
       return Ops::Or(Ops::template ShiftLeftBy<D.highShift>(window),
                      Ops::template ShiftRightBy<D.lowShift>(Ops::MulLow(low, multipliers)));
     }
@@ -107,11 +108,11 @@ template <class Ops, const Desc &D>
 void UnpackRow(const std::uint8_t *in, std::uint16_t *out, std::size_t width, unsigned shift) {
   constexpr std::size_t kLanes = Ops::kSamples / 8;
   constexpr std::size_t kStepBytes = kLanes * D.inBytes;
-  constexpr std::size_t kLoadSpan = (kLanes - 1) * D.inBytes + 16;  // bytes a load reads
+  static_assert(Ops::kLoadBytes >= (kLanes - 1) * D.inBytes + 16, "a load covers its lanes");
   const std::size_t rowBytes = width * D.inBytes / 8;
   const typename Ops::Count count = Ops::MakeCount(shift);
   std::size_t i = 0, at = 0;
-  for (; i + Ops::kSamples <= width && at + kLoadSpan <= rowBytes;
+  for (; i + Ops::kSamples <= width && at + Ops::kLoadBytes <= rowBytes;
        i += Ops::kSamples, at += kStepBytes)
     Ops::Store(out + i, Decode<Ops, D>(Ops::template Load<D.inBytes>(in + at), count));
   if (i < width) ReferenceUnpackRow(D.packing)(in + at, out + i, width - i, shift);

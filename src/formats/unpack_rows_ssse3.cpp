@@ -10,11 +10,13 @@ struct Sse {
   using V = __m128i;
   using Count = __m128i;
   static constexpr std::size_t kSamples = 8;
+  static constexpr std::size_t kLoadBytes = 16;
   template <int kLaneBytes>
   static V Load(const std::uint8_t *p) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
   }
   static void Store(std::uint16_t *p, V v) { _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v); }
+  template <int kLaneBytes>
   static V Bytes(const std::int8_t (&b)[16]) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(b));
   }
