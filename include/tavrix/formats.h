@@ -80,6 +80,10 @@ enum class Packing : int {
 TAVRIX_API const char *PackingName(Packing packing);
 TAVRIX_API std::optional<Packing> PackingFromName(std::string_view name);
 
+// The bit depth a packed layout fixes (10, 12 or 14); 0 for the layouts that
+// carry a range of depths (plain, msb16, be16).
+TAVRIX_API int PackingFixedBits(Packing packing);
+
 // Samples per group and bytes per group (kPlain16: 1 and 2).
 TAVRIX_API int PackingGroupSamples(Packing packing);
 TAVRIX_API int PackingGroupBytes(Packing packing);

@@ -78,6 +78,11 @@ std::optional<Packing> PackingFromName(std::string_view name) {
   return std::nullopt;
 }
 
+int PackingFixedBits(Packing packing) {
+  const Layout *l = Find(packing);
+  return l != nullptr && l->minBits == l->maxBits ? l->maxBits : 0;
+}
+
 int PackingGroupSamples(Packing packing) {
   const Layout *l = Find(packing);
   return l != nullptr ? l->groupSamples : 0;

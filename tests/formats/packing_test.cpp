@@ -196,8 +196,13 @@ TEST(Packing, RefusesWhatALayoutCannotExpressAndWritesNothing) {
   }
 }
 
-TEST(Packing, NamesRoundTrip) {
-  for (Packing p : kAllPackings) EXPECT_EQ(tavrix::PackingFromName(tavrix::PackingName(p)), p);
+TEST(Packing, NamesRoundTripAndFixedDepthsAreTheOnlyOnesAccepted) {
+  for (Packing p : kAllPackings) {
+    EXPECT_EQ(tavrix::PackingFromName(tavrix::PackingName(p)), p);
+    const int fixed = tavrix::PackingFixedBits(p);
+    if (fixed == 0) continue;
+    for (int bits = 1; bits <= 16; ++bits) EXPECT_EQ(tavrix::CheckPacking(p, bits, 4), bits == fixed);
+  }
   EXPECT_FALSE(tavrix::PackingFromName("raw16"));
 }
 
