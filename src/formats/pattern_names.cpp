@@ -71,7 +71,8 @@ constexpr Suffix kV4l2Suffixes[] = {
     {"12", Packing::kPlain16, 12},  {"12P", Packing::kRaw12, 12},  {"14", Packing::kPlain16, 14},
     {"14P", Packing::kRaw14, 14},   {"16", Packing::kPlain16, 16}};
 
-// V4L2 fourcc codes, case-sensitive.
+// V4L2 fourcc codes, case-sensitive. The 8-bit codes GBRG, GRBG and RGGB are
+// also CFA letters and are read as those (phase only, no layout).
 struct Fourcc {
   const char *code;
   const char *cell;
@@ -79,8 +80,7 @@ struct Fourcc {
   int bits;
 };
 constexpr Fourcc kFourccs[] = {
-    {"BA81", "BGGR", Packing::kPlain8, 8},   {"GBRG", "GBRG", Packing::kPlain8, 8},
-    {"GRBG", "GRBG", Packing::kPlain8, 8},   {"RGGB", "RGGB", Packing::kPlain8, 8},
+    {"BA81", "BGGR", Packing::kPlain8, 8},
     {"BG10", "BGGR", Packing::kPlain16, 10}, {"GB10", "GBRG", Packing::kPlain16, 10},
     {"BA10", "GRBG", Packing::kPlain16, 10}, {"RG10", "RGGB", Packing::kPlain16, 10},
     {"pBAA", "BGGR", Packing::kRaw10, 10},   {"pGAA", "GBRG", Packing::kRaw10, 10},

@@ -31,9 +31,9 @@ const Named kNames[] = {
     {"GB", eOriginGB, {}, 0}, {"gr", eOriginGR, {}, 0}, {"eOriginBG", eOriginBG, {}, 0},
     {"RG", eOriginRG, {}, 0},
     // CFA letters, row-major
-    {"GBRG", eOriginGB, Packing::kPlain8, 8},  // also the V4L2 fourcc of SGBRG8
+    {"GBRG", eOriginGB, {}, 0},  // also the V4L2 fourcc of SGBRG8, read as letters
     {"grbg", eOriginGR, {}, 0}, {"BGGR", eOriginBG, {}, 0},
-    {" RGGB ", eOriginRG, Packing::kPlain8, 8},
+    {" RGGB ", eOriginRG, {}, 0},
     // OpenCV: the second row's second and third colours
     {"COLOR_BayerGR2BGR", eOriginGB, {}, 0}, {"cv::COLOR_BayerGB2BGR", eOriginGR, {}, 0},
     {"BayerRG2BGR", eOriginBG, {}, 0}, {"COLOR_BayerBG2BGR", eOriginRG, {}, 0},
