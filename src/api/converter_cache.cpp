@@ -16,14 +16,16 @@ std::vector<std::unique_ptr<CachedConverter>> &Cache() {
 
 }  // namespace
 
-std::unique_ptr<CachedConverter> AcquireConverter(const TableKey &want) {
+std::unique_ptr<CachedConverter> AcquireConverter(const TableKey &want, bool sameThresholds) {
   {
     std::lock_guard<std::mutex> lock(g_mutex);
     auto &cache = Cache();
     std::size_t best = cache.size();
     for (std::size_t k = cache.size(); k-- > 0;) {
-      if (cache[k]->key.lutFormat != want.lutFormat) continue;
-      if (cache[k]->key == want) {
+      const TableKey &has = cache[k]->key;
+      if (has.lutFormat != want.lutFormat) continue;
+      if (sameThresholds && has.thresholdBits != want.thresholdBits) continue;
+      if (has == want) {
         best = k;
         break;
       }

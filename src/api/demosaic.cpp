@@ -13,8 +13,12 @@
 //   padded views: each task converts its band in chunks of rows through scratch
 //     (input rows packed, output rows pre-filled with what the caller held).
 //
-// What a task reads of another task's rows (the halo) is copied before any task
-// starts, so no task reads rows another one writes.
+// Rows a sub-frame reads but does not keep must hold what the caller left
+// there: the frame the algorithm never writes is read by some passes and
+// rewritten by the correction pass. So the rows around every cut are copied
+// before any task starts (no task then reads rows another one writes), and a
+// task working down its band in chunks keeps the rows the next chunk reads
+// above itself before writing them back.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -63,20 +67,31 @@ Status CheckDecimatedWalk(const ISize &out, const ISize &in, const DemosaicOptio
     fits = BilinearWalksFit(out, in, f, o.origin, wideSamples);
   }
   if (fits) return Status();
-  return Status(StatusCode::kSizeMismatch,
-                Format("32-bit output is %dx%d but sample factor %d over a %dx%d input walks "
-                       "past it (%dx%d always fits)",
-                       out.width, out.height, f, in.width, in.height, in.width, in.height));
+  const std::string head = Format("32-bit output is %dx%d but sample factor %d over a %dx%d input",
+                                  out.width, out.height, f, in.width, in.height);
+  if (o.algorithm == Algorithm::kFastBilinear && std::int64_t(f) * out.width > in.width)
+    return Status(StatusCode::kSizeMismatch,
+                  head + Format(" reads %lld columns per row",
+                                static_cast<long long>(std::int64_t(f) * out.width)));
+  return Status(StatusCode::kSizeMismatch, head + " writes more pixels than it holds");
 }
 
 }  // namespace
 
+// Even (a sub-frame must start on the origin's row kind) and at least 2 (a
+// sub-frame of a single row pair must still have 4 rows). The band tests fail
+// with any smaller value.
 int HaloRows(Algorithm algorithm) {
   switch (algorithm) {
-    case Algorithm::kFastBilinear: return 2;  // row r reads rows r, r + 1; the cut row is unwritten
-    case Algorithm::kBilinear: return 4;
+    // Row r reads input rows r and r + 1; a sub-frame's last row is not written.
+    case Algorithm::kFastBilinear: return 2;
+    // Each pass reads input rows r - 1 .. r + 1 and leaves one or two edge rows.
+    case Algorithm::kBilinear: return 2;
+    // Green reads r - 2 .. r + 2; blue and red read the stored green of rows
+    // r - 1 .. r + 1, which the sub-frame's unwritten edge rows make wrong.
     case Algorithm::kLaplacian1: return 4;
-    case Algorithm::kLaplacian2: return 6;
+    // Two unwritten edge rows; passes 2 and 3 read stored values one row away.
+    case Algorithm::kLaplacian2: return 4;
   }
   return 8;
 }
@@ -208,6 +223,7 @@ void ConvertFrame(CachedConverter &slot, const DemosaicPlan &p, const void *in, 
     }
   }
   slot.key.bitDepth = p.bitDepth;
+  if (p.output.format != PixelFormat::kBgrx32) slot.key.thresholdBits = p.bitDepth;
 }
 
 // Copies of the caller's output rows around every cut between tasks, taken
@@ -230,12 +246,11 @@ class HaloCopy {
   const unsigned char *CallerRow(int r) const {
     return static_cast<const unsigned char *>(p_.output.data) + std::ptrdiff_t(r) * p_.output.Stride();
   }
-  // Row r as the caller held it: live inside the task's own rows [own0, own1).
-  const unsigned char *Row(int r, int own0, int own1) const {
-    if (r >= own0 && r < own1) return CallerRow(r);
+  // Row r as the caller held it, when taken before the tasks started; null otherwise.
+  const unsigned char *Copied(int r) const {
     for (const Span &s : spans_)
       if (r >= s.from && r < s.to) return &bytes_[s.offset + std::size_t(r - s.from) * rowBytes_];
-    return CallerRow(r);  // not reached: halos never pass the copied rows
+    return nullptr;
   }
 
  private:
@@ -262,8 +277,11 @@ class BandRunner {
     height_ = p.raw.height;
   }
 
-  // Output rows [a, b) of band `own`, through a scratch sub-frame.
-  void Region(CachedConverter &slot, int a, int b, Band own) const {
+  // Output rows [a, b) through a scratch sub-frame. Rows above `a` not in the
+  // halo copy come from `carry` (rows carryFrom onwards), the rest are live.
+  // Afterwards `carry` holds the caller's rows [b - halo, b).
+  void Region(CachedConverter &slot, int a, int b, std::vector<unsigned char> &carry,
+              int &carryFrom) const {
     int from = std::max(0, a - p_.halo), to = std::min(height_, b + p_.halo);
     if (to - from < 4) from = std::max(0, to - 4);
     if (to - from < 4) to = std::min(height_, from + 4);
@@ -279,8 +297,14 @@ class BandRunner {
     const auto *raw = static_cast<const unsigned char *>(p_.raw.data);
     for (int r = from; r < to; ++r) {
       std::memcpy(in + std::size_t(r - from) * inRow, raw + std::ptrdiff_t(r) * p_.raw.Stride(), inRow);
-      std::memcpy(out + std::size_t(r - from) * outRow, halo_.Row(r, own.from, own.to), outRow);
+      const unsigned char *row = halo_.Copied(r);
+      if (row == nullptr && r < a) row = &carry[std::size_t(r - carryFrom) * outRow];
+      if (row == nullptr) row = halo_.CallerRow(r);
+      std::memcpy(out + std::size_t(r - from) * outRow, row, outRow);
     }
+    const int keepFrom = std::max(from, b - p_.halo);
+    carry.assign(out + std::size_t(keepFrom - from) * outRow, out + std::size_t(b - from) * outRow);
+    carryFrom = keepFrom;
     const ISize size{width_, int(rows)};
     ConvertFrame(slot, p_, in, size, out, size);
     for (int r = a; r < b; ++r)
@@ -297,13 +321,19 @@ class BandRunner {
       auto *out = const_cast<unsigned char *>(halo_.CallerRow(own.from));
       ConvertFrame(slot, p_, in, size, out, size);
       // The rows beside each cut saw the cut: redo them with their halo.
+      // (the rows they read all lie in the halo copy).
       const int h = p_.halo;
-      if (own.from > 0) Region(slot, own.from, std::min(own.to, own.from + h), own);
-      if (own.to < height_) Region(slot, std::max(own.from, own.to - h), own.to, own);
+      std::vector<unsigned char> carry;
+      int carryFrom = 0;
+      if (own.from > 0) Region(slot, own.from, std::min(own.to, own.from + h), carry, carryFrom);
+      if (own.to < height_)
+        Region(slot, std::max(own.from, own.to - h), own.to, carry, carryFrom);
       return;
     }
+    std::vector<unsigned char> carry;
+    int carryFrom = own.from;
     for (int a = own.from; a < own.to; a += chunkRows)
-      Region(slot, a, std::min(own.to, a + chunkRows), own);
+      Region(slot, a, std::min(own.to, a + chunkRows), carry, carryFrom);
   }
 
  private:
@@ -349,8 +379,10 @@ TableKey KeyFor(const DemosaicPlan &p) {
   const bool sixteenToBgrx = p.raw.type == SampleType::kMono16 && p.output.format == PixelFormat::kBgrx32;
   // The 24- and 48-bit entry points keep the format the converter holds: a new
   // converter's, which is what the class gives a new object.
+  // The 32-bit calls keep the thresholds as they are: a new converter's 8-bit ones.
   return {sixteenToBgrx ? p.format : kWholeSampleFormat, p.bitDepth, p.options.balanceRed,
-          p.options.balanceGreen, p.options.balanceBlue};
+          p.options.balanceGreen, p.options.balanceBlue,
+          p.output.format == PixelFormat::kBgrx32 ? 8 : p.bitDepth};
 }
 
 }  // namespace
@@ -364,10 +396,11 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
                       IsAligned(p.output.data, pixelBytes == 6 ? 2 : 1);
   const bool inPlace = packed && p.output.width == p.raw.width && chunkRows == 0;
   const TableKey key = KeyFor(p);
+  const bool thresholds = p.output.format == PixelFormat::kBgrx32;
   const int height = p.raw.height;
   int tasks = std::min(TaskCount(parallel), height / 2);
   if (p.decimates || (tasks <= 1 && inPlace)) {
-    std::unique_ptr<CachedConverter> slot = AcquireConverter(key);
+    std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
     if (p.decimates) {
       RunWhole(p, *slot, packed);
     } else {
@@ -384,7 +417,7 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
   const BandRunner runner(p, halo);
   const int chunk = chunkRows > 0 ? chunkRows : DefaultChunkRows(p);
   RunTasks(parallel, tasks, [&](int k) {
-    std::unique_ptr<CachedConverter> slot = AcquireConverter(key);
+    std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
     runner.Run(*slot, Band{cuts[k], cuts[k + 1]}, chunk, inPlace);
     ReleaseConverter(std::move(slot));
   });
