@@ -27,8 +27,11 @@ TAVRIX_API std::size_t MaxCompressedSize(Codec codec, std::size_t size);
 TAVRIX_API Status Compress(Codec codec, const void *source, std::size_t size, void *destination,
                            std::size_t capacity, std::size_t *written);
 
-// Decodes a stream of sourceSize bytes into exactly destinationSize bytes (the
-// image size the encoder was given). Refused streams leave the destination as it was.
+// Decodes a stream of sourceSize bytes into destination, which holds
+// destinationSize bytes: the image size the encoder was given (a Huffman stream
+// does not carry it). A damaged stream, one of another codec or one that would
+// write more than destinationSize bytes is refused and leaves the destination
+// as it was.
 TAVRIX_API Status Decompress(Codec codec, const void *source, std::size_t sourceSize,
                              void *destination, std::size_t destinationSize);
 

@@ -20,6 +20,7 @@ enum class StatusCode : int {
   kUnsupported = 6,     // a combination the library does not offer (8-bit samples to 48-bit)
   kCapacity = 7,        // a destination too small for the result
   kCorruptStream = 8,   // a compressed stream that is damaged or of another codec
+  kOutOfMemory = 9,     // working memory could not be allocated
 };
 
 class Status {
