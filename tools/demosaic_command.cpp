@@ -13,6 +13,7 @@
 #include "camera_raw.h"
 #include "cli.h"
 #include "image_files.h"
+#include "sensor_input.h"
 #include "tiff_files.h"
 
 namespace tavrix::cli {
@@ -25,16 +26,21 @@ Turns a raw Bayer mosaic into a colour image.
 IN is a binary PGM (P5; maxval up to 255 gives 8-bit samples, above 255
 16-bit samples, and the maxval gives the bit depth unless --bits says
 otherwise); with --width, --height and --bits, a headerless file of
-samples: bytes when --bits is 8, little-endian 16-bit words for 9..16;
-or a camera raw file (DNG, CR2, NEF, ARW, RAF, ...; needs LibRaw): its
-visible area, black level subtracted and scaled so that the white level
-becomes 2^bits-1 (bits: what the white level needs, or --bits), with the
-file's own pattern. Sensors that are not Bayer mosaics are refused.
+samples: bytes when --bits is 8, little-endian 16-bit words for 9..16,
+or the camera layout --packing names; or a camera raw file (DNG, CR2,
+NEF, ARW, RAF, ...; needs LibRaw): its visible area, black level
+subtracted and scaled so that the white level becomes 2^bits-1 (bits:
+what the white level needs, or --bits), with the file's own pattern.
+Sensors that are not Bayer mosaics are refused.
 OUT is .png (8 or 16 bits per channel), .tif/.tiff (8 or 16 bits per
 channel; needs libtiff), .ppm or .pam, by its extension.
 
 Options:
-  --pattern GB|GR|BG|RG    colours of the first row (default GB)
+  --pattern NAME           the Bayer phase (default GB): the first row's colours
+                           (GB, GR, BG, RG), CFA letters (RGGB), OpenCV codes
+                           (COLOR_BayerBG2BGR), V4L2 (SRGGB10P, pRAA), GenICam
+                           (BayerRG12p), DNG (0112) or dcraw (0x94949494) names;
+                           a name with a layout (SRGGB10P) also sets --packing
   --algorithm NAME         fast | bilinear | laplacian1 | laplacian2 (default fast)
   --output RECORD          bgr24: 8 bits per channel (default for 8-bit samples)
                            bgr48: the sensor's own scale (default for 16-bit samples)
@@ -58,6 +64,11 @@ Options:
   --crop X,Y,W,H           write only this region of the result
   --width W --height H --bits B
                            the geometry of a headerless raw IN
+  --packing NAME           the layout of a headerless raw IN: raw10 | raw12 | raw14
+                           (MIPI CSI-2) | mono10p | mono12p (GenICam) | mono12packed
+                           (GigE Vision) | msb16 (words with the sample in the high
+                           bits) | be16 (big-endian words) | plain8 | plain16;
+                           the packed layouts fix --bits
   --bits B                 with a PGM: the significant bits of its samples;
                            with a camera raw file: the depth to scale to
   --format png|tiff|ppm|pam
@@ -78,6 +89,7 @@ pixels for the others) are black.
 Examples:
   tavrix demosaic frame.pgm frame.png --pattern RG --algorithm laplacian2
   tavrix demosaic dump.raw dump.png --width 1280 --height 960 --bits 12 --pattern BG
+  tavrix demosaic csi.raw csi.png --width 4056 --height 3040 --pattern SRGGB12P
   tavrix demosaic *.pgm --out-dir developed --auto-balance grayworld
   tavrix demosaic photo.dng photo.tiff --algorithm laplacian2
 )";
@@ -88,7 +100,7 @@ const std::vector<OptionRule> kOptions = {
     {"--pattern", true}, {"--algorithm", true}, {"--output", true},       {"--balance", true},
     {"--correct", false}, {"--matrix", true},   {"--decimate", true},     {"--auto-balance", true},
     {"--crop", true},    {"--width", true},     {"--height", true},       {"--bits", true},
-    {"--format", true},
+    {"--format", true},  {"--packing", true},
     {"--white-balance", true}};
 
 const ePatternOrigin kOrigins[] = {eOriginGB, eOriginGR, eOriginBG, eOriginRG};
@@ -107,7 +119,7 @@ enum class WhiteBalance { kDefault, kCamera, kNone, kGains };
 
 // Everything the command line fixes, checked before any file is read.
 struct Settings {
-  ePatternOrigin origin = eOriginGB;
+  SensorFormat sensor;
   eCalculationMode mode = eFastBilinear;
   bool recordGiven = false;
   Record record = Record::kBgr24;
@@ -131,7 +143,7 @@ struct Settings {
 
 Settings ReadSettings(const Arguments &a) {
   Settings s;
-  if (a.Has("--pattern")) s.origin = kOrigins[a.Choice("--pattern", {"GB", "GR", "BG", "RG"})];
+  s.sensor = ReadSensorFormat(a);
   if (a.Has("--algorithm"))
     s.mode = kModes[a.Choice("--algorithm", {"fast", "bilinear", "laplacian1", "laplacian2"})];
   if (a.Has("--output")) {
@@ -172,13 +184,17 @@ Settings ReadSettings(const Arguments &a) {
     if (s.cropBox[2] == 0 || s.cropBox[3] == 0) a.Refuse("--crop " + a.Value("--crop") + ": empty region");
   }
   s.raw = a.Has("--width") || a.Has("--height");
+  if (s.sensor.packingGiven && !s.raw)
+    a.Refuse("--packing applies to a headerless raw input: give --width and --height");
+  if (!s.raw) s.sensor.packing.reset();  // a PGM says its own sample format
   if (s.raw) {
-    if (!a.Has("--width") || !a.Has("--height") || !a.Has("--bits"))
+    if (!a.Has("--width") || !a.Has("--height") || (!a.Has("--bits") && !s.sensor.packing))
       a.Refuse("a headerless raw input needs --width, --height and --bits together");
     s.rawWidth = a.Integer("--width", 1, kMaxSide);
     s.rawHeight = a.Integer("--height", 1, kMaxSide);
   }
   if (a.Has("--bits")) s.bits = a.Integer("--bits", 8, 16);
+  if (s.raw) s.bits = HeaderlessBits(a, s.sensor, s.bits, s.rawWidth);
   if (a.Has("--format") && !a.Has("--out-dir")) a.Refuse("--format applies to --out-dir only");
   s.replace = a.Has("--force");
   s.quiet = a.Has("--quiet");
@@ -226,8 +242,11 @@ files::GreyImage LoadMosaic(const std::string &path, const Settings &s,
     return std::move(camera->mosaic);
   }
   if (s.raw) {
-    if (!files::ReadRawMosaic(path, s.rawWidth, s.rawHeight, s.bits, mosaic, error))
-      throw Failure(path, error);
+    const bool read = s.sensor.packing ? ReadPackedMosaic(path, s.rawWidth, s.rawHeight, s.bits,
+                                                          *s.sensor.packing, mosaic, error)
+                                       : files::ReadRawMosaic(path, s.rawWidth, s.rawHeight,
+                                                              s.bits, mosaic, error);
+    if (!read) throw Failure(path, error);
     return mosaic;
   }
   if (!files::ReadPgm(path, mosaic, error)) {
@@ -487,7 +506,7 @@ TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) 
   if (record == Record::kBgr48 && !mosaic.wide)
     throw Failure(task.input, "--output bgr48 needs 16-bit samples; this mosaic has 8-bit samples");
   const Geometry g = GeometryOf(task.input, mosaic, s.decimate);
-  const ePatternOrigin origin = camera ? OriginNamed(camera->pattern) : s.origin;
+  const ePatternOrigin origin = camera ? OriginNamed(camera->pattern) : s.sensor.origin;
   conv.SetPatternOrigin(origin);
   const Gains gains = GainsFor(task.input, s, camera);
   PrepareTables(conv, s, record, mosaic, gains);
