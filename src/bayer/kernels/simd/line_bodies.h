@@ -25,6 +25,7 @@ struct VectorLineArgs {
   ChannelRamp blue, green, red;
   int shift;             // word lanes: right shift after the clamp (24-bit: plus the depth shift)
   std::uint16_t limit;   // 48-bit output: the largest value stored
+  bool stream;           // store aligned rows past the caches (outputs far larger than them)
 };
 
 // Which samples a body reads and what it stores.

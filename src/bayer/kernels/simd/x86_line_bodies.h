@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 #include "bayer/kernels/simd/line_bodies.h"
 
@@ -46,26 +47,37 @@ inline __m128i Mask(const Masks &m, int part, int channel) {
   return _mm_load_si128(reinterpret_cast<const __m128i *>(m.bytes[part][channel]));
 }
 
+// Stores 16 bytes; streamed stores (aligned, past the caches) for outputs that
+// would only evict the input from the caches.
+template <bool kStream>
+inline void Store16(std::uint8_t *o, __m128i v) {
+  if constexpr (kStream)
+    _mm_stream_si128(reinterpret_cast<__m128i *>(o), v);
+  else
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(o), v);
+}
+
 // Three channel vectors (blue, green, red) to 48 bytes of interleaved records.
+template <bool kStream>
 inline void StoreInterleaved3(std::uint8_t *o, const Masks &m, __m128i b, __m128i g, __m128i r) {
   for (int part = 0; part < 3; ++part) {
     const __m128i v = _mm_or_si128(
         _mm_or_si128(_mm_shuffle_epi8(b, Mask(m, part, 0)), _mm_shuffle_epi8(g, Mask(m, part, 1))),
         _mm_shuffle_epi8(r, Mask(m, part, 2)));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(o + 16 * part), v);
+    Store16<kStream>(o + 16 * part, v);
   }
 }
 
 // 16 pixels of bytes to 64 bytes of blue, green, red, 0.
+template <bool kStream>
 inline void StoreBgrx(std::uint8_t *o, __m128i b, __m128i g, __m128i r) {
   const __m128i zero = _mm_setzero_si128();
   const __m128i bgLow = _mm_unpacklo_epi8(b, g), bgHigh = _mm_unpackhi_epi8(b, g);
   const __m128i rxLow = _mm_unpacklo_epi8(r, zero), rxHigh = _mm_unpackhi_epi8(r, zero);
-  __m128i *out = reinterpret_cast<__m128i *>(o);
-  _mm_storeu_si128(out + 0, _mm_unpacklo_epi16(bgLow, rxLow));
-  _mm_storeu_si128(out + 1, _mm_unpackhi_epi16(bgLow, rxLow));
-  _mm_storeu_si128(out + 2, _mm_unpacklo_epi16(bgHigh, rxHigh));
-  _mm_storeu_si128(out + 3, _mm_unpackhi_epi16(bgHigh, rxHigh));
+  Store16<kStream>(o, _mm_unpacklo_epi16(bgLow, rxLow));
+  Store16<kStream>(o + 16, _mm_unpackhi_epi16(bgLow, rxLow));
+  Store16<kStream>(o + 32, _mm_unpacklo_epi16(bgHigh, rxHigh));
+  Store16<kStream>(o + 48, _mm_unpackhi_epi16(bgHigh, rxHigh));
 }
 
 struct Ramp {
@@ -127,26 +139,42 @@ inline __m128i Apply8(__m128i v, const Ramp &r) {
   return _mm_min_epu8(_mm_subs_epu8(_mm_adds_epu8(v, r.add), r.sub), r.max);
 }
 
+// Runs `step(x, stream)` over the vectors of a row: x = 0, kLanes, ... while
+// x + kLanes < pixels (the last lane reads one column further). Streamed stores
+// (the 32-bit output only, whose vectors write whole 64-byte spans) measured
+// about a fifth faster on frames far larger than the cache; for the 24- and
+// 48-bit records they did not pay, so those always store normally.
+template <std::ptrdiff_t kLanes, bool kMayStream, class Step>
+std::ptrdiff_t RowVectors(const VectorLineArgs &a, std::uint8_t *out, std::ptrdiff_t pixels,
+                          Step step) {
+  const std::ptrdiff_t vectors = pixels > kLanes ? (pixels - 1) / kLanes * kLanes : 0;
+  std::ptrdiff_t x = 0;
+  if (kMayStream && a.stream && (reinterpret_cast<std::uintptr_t>(out) & 15) == 0) {
+    for (; x < vectors; x += kLanes) step(x, std::true_type());
+    _mm_sfence();  // later stores, and other threads, see the streamed ones in order
+  }
+  for (; x < vectors; x += kLanes) step(x, std::false_type());
+  return vectors;
+}
+
 template <RowKind kKind, BodyInput kInput, BodyOutput kOutput>
 std::ptrdiff_t ByteBody(const void *argBlock, const std::uint8_t *top, const std::uint8_t *below,
                         std::uint8_t *out, std::ptrdiff_t pixels) {
   const VectorLineArgs &a = *static_cast<const VectorLineArgs *>(argBlock);
   const Ramp blue = RampOf(a.blue, true), green = RampOf(a.green, true), red = RampOf(a.red, true);
   const __m128i evenMask = _mm_set1_epi16(0x00FF);
-  constexpr std::ptrdiff_t kLanes = 16, kBytes = kOutput == BodyOutput::k24 ? 3 : 4;
-  std::ptrdiff_t x = 0;
-  // Lane 15 reads column x + 16, which must stay below the row's last pixel.
-  for (; x + kLanes < pixels; x += kLanes) {
+  constexpr bool k24 = kOutput == BodyOutput::k24;
+  auto step = [&](std::ptrdiff_t x, auto stream) {
     const __m128i t0 = LoadBytes<kInput>(top, x), t1 = LoadBytes<kInput>(top, x + 1);
     const __m128i d0 = LoadBytes<kInput>(below, x), d1 = LoadBytes<kInput>(below, x + 1);
     const Channels c = Select<kKind>(t0, t1, d0, d1, FloorMean8(d0, t1), evenMask);
     const __m128i b = Apply8(c.blue, blue), g = Apply8(c.green, green), r = Apply8(c.red, red);
-    if constexpr (kOutput == BodyOutput::k24)
-      StoreInterleaved3(out + x * kBytes, kBytesTo24, b, g, r);
+    if constexpr (k24)
+      StoreInterleaved3<decltype(stream)::value>(out + x * 3, kBytesTo24, b, g, r);
     else
-      StoreBgrx(out + x * kBytes, b, g, r);
-  }
-  return x;
+      StoreBgrx<decltype(stream)::value>(out + x * 4, b, g, r);
+  };
+  return RowVectors<16, !k24>(a, out, pixels, step);
 }
 
 // ---- word lanes: 16-bit samples ---------------------------------------------
@@ -192,27 +220,29 @@ std::ptrdiff_t WordBody(const void *argBlock, const std::uint8_t *top, const std
   const VectorLineArgs &a = *static_cast<const VectorLineArgs *>(argBlock);
   const WordRamps w = {RampOf(a.blue, false), RampOf(a.green, false), RampOf(a.red, false),
                        _mm_cvtsi32_si128(a.shift), _mm_set1_epi16(short(a.limit))};
-  std::ptrdiff_t x = 0;
   if constexpr (kOutput == BodyOutput::k48) {
-    for (; x + 8 < pixels; x += 8) {
+    auto step = [&](std::ptrdiff_t x, auto stream) {
       const Channels c = WordPixels<kKind>(top, below, x, w);
-      StoreInterleaved3(out + x * 6, kWordsTo48, _mm_min_epu16(c.blue, w.limit),
-                        _mm_min_epu16(c.green, w.limit), _mm_min_epu16(c.red, w.limit));
-    }
+      StoreInterleaved3<decltype(stream)::value>(out + x * 6, kWordsTo48,
+                                                 _mm_min_epu16(c.blue, w.limit),
+                                                 _mm_min_epu16(c.green, w.limit),
+                                                 _mm_min_epu16(c.red, w.limit));
+    };
+    return RowVectors<8, false>(a, out, pixels, step);
   } else {
-    constexpr std::ptrdiff_t kBytes = kOutput == BodyOutput::k24 ? 3 : 4;
-    for (; x + 16 < pixels; x += 16) {
+    constexpr bool k24 = kOutput == BodyOutput::k24;
+    auto step = [&](std::ptrdiff_t x, auto stream) {
       const Channels low = WordPixels<kKind>(top, below, x, w);
       const Channels high = WordPixels<kKind>(top, below, x + 8, w);
       const __m128i b = LowBytes(low.blue, high.blue), g = LowBytes(low.green, high.green),
                     r = LowBytes(low.red, high.red);
-      if constexpr (kOutput == BodyOutput::k24)
-        StoreInterleaved3(out + x * kBytes, kBytesTo24, b, g, r);
+      if constexpr (k24)
+        StoreInterleaved3<decltype(stream)::value>(out + x * 3, kBytesTo24, b, g, r);
       else
-        StoreBgrx(out + x * kBytes, b, g, r);
-    }
+        StoreBgrx<decltype(stream)::value>(out + x * 4, b, g, r);
+    };
+    return RowVectors<16, !k24>(a, out, pixels, step);
   }
-  return x;
 }
 
 // The four bodies of one input and output, indexed by RowKind.
