@@ -9,6 +9,7 @@
 //   48-bit output: clamp 0..2^bit depth - 1
 #include "bayer/kernels/band_walk.h"
 #include "bayer/kernels/line_walk.h"
+#include "bayer/kernels/simd/line_bodies.h"
 #include "bayer/numeric.h"
 
 namespace tavrix::detail {
@@ -92,7 +93,9 @@ struct CorrectedStore<CBayerConverter::RGBTRIPLE16> : CorrectedStoreBase {
 template <class Record, class Row>
 void Corrected(const FastPassJob &job) {
   CorrectedStore<Record> store(job.context);
-  WalkBand<CorrectedStore<Record>::kColumns, Row>(job, store);
+  VectorLineArgs args;
+  const RowBody *bodies = ChooseLineBodies(job, args);
+  WalkBand<CorrectedStore<Record>::kColumns, Row>(job, store, bodies, &args);
 }
 
 }  // namespace

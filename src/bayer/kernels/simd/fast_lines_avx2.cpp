@@ -7,4 +7,8 @@ const RowBody *LineBodiesAvx2(BodyInput input, BodyOutput output) {
   return X86LineBodies(input, output);
 }
 
+const RowBody *CorrectedBodiesAvx2(BodyInput input, BodyOutput output) {
+  return X86CorrectedBodies(input, output);
+}
+
 }  // namespace tavrix::detail

@@ -20,7 +20,8 @@ bool RampFor(const ClampedOffset &shape, bool byteLanes, ChannelRamp &ramp) {
   return true;
 }
 
-// What the reference stores, written as ramps, one shift and a limit.
+// What the reference stores, written as ramps, one shift and a limit (plain and
+// byte-select), or as ramps, the matrix and a narrowing (corrected).
 bool ArgsFor(const FastPassJob &job, bool byteLanes, VectorLineArgs &a) {
   const TableShapes &s = job.shapes;
   if (!s.clamped || s.red.shift != s.green.shift || s.red.shift != s.blue.shift) return false;
@@ -30,12 +31,15 @@ bool ArgsFor(const FastPassJob &job, bool byteLanes, VectorLineArgs &a) {
   const int depthShift = job.context.depthShift, bits = job.context.bitDepth;
   const bool to24 = job.variant == PassVariant::k24From8 || job.variant == PassVariant::k24From16;
   if (to24 && (depthShift < 0 || depthShift > 15)) return false;
-  a.shift = s.red.shift + (to24 ? depthShift : 0);
+  if (bits < 0 || bits > 31) return false;
+  const bool corrected = job.family == LineFamily::kCorrected;
+  a.shift = s.red.shift + (to24 && !corrected ? depthShift : 0);
   a.limit = 65535;
-  if (job.variant == PassVariant::k48From16) {
-    if (bits < 0 || bits > 31) return false;
-    if (bits < 16) a.limit = std::uint16_t((1u << bits) - 1);
-  }
+  if (job.variant == PassVariant::k48From16 && bits < 16) a.limit = std::uint16_t((1u << bits) - 1);
+  a.matrix = job.context.matrix;
+  a.narrowShift = to24 ? depthShift : 0;
+  a.narrowMax = job.variant == PassVariant::k48From16 ? int((1u << bits) - 1) : 255;
+  if (corrected && (a.narrowMax < 0 || a.narrowMax > 65535)) return false;
   // Streamed stores pay once the output cannot stay in the last-level cache anyway.
   const std::int64_t outputBytes =
       std::int64_t(FastPassRowBytes(job)) * (std::int64_t(job.inputSize.height) - 1);
@@ -57,6 +61,8 @@ const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args) {
   if (!ArgsFor(job, input != BodyInput::kWords, args)) return nullptr;
 #if TAVRIX_SIMD_X86
   const Path path = ActivePath();
+  if (job.family == LineFamily::kCorrected)
+    return Admits(path, Path::kAvx2) ? CorrectedBodiesAvx2(input, output) : nullptr;
   if (Admits(path, Path::kAvx2)) return LineBodiesAvx2(input, output);
   if (Admits(path, Path::kSse41)) return LineBodiesSse41(input, output);
 #endif

@@ -26,6 +26,10 @@ struct VectorLineArgs {
   int shift;             // word lanes: right shift after the clamp (24-bit: plus the depth shift)
   std::uint16_t limit;   // 48-bit output: the largest value stored
   bool stream;           // store aligned rows past the caches (outputs far larger than them)
+  // The corrected pass: the matrix, then (24-bit) an arithmetic shift and a clamp to 0 .. max.
+  const double *matrix;
+  int narrowShift;
+  int narrowMax;
 };
 
 // Which samples a body reads and what it stores.
@@ -41,8 +45,9 @@ enum class BodyOutput { k24, k32, k48 };
 // where the instruction set has none. Byte lanes need shift 0 and no limit.
 const RowBody *LineBodiesSse41(BodyInput input, BodyOutput output);
 const RowBody *LineBodiesAvx2(BodyInput input, BodyOutput output);
+const RowBody *CorrectedBodiesAvx2(BodyInput input, BodyOutput output);
 
-// The bodies of the active path for a plain or byte-select job, with their
+// The bodies of the active path for a job of any family, with their
 // arguments filled in; nullptr when the tables are not clamped offsets, when
 // the lanes cannot hold the shapes, or when the reference path is active.
 const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args);

@@ -245,6 +245,121 @@ std::ptrdiff_t WordBody(const void *argBlock, const std::uint8_t *top, const std
   }
 }
 
+#if defined(__AVX2__)
+// ---- corrected pass (AVX2: four doubles per register) -----------------------
+//
+// The table values (entries read as signed 16-bit numbers) go through the
+// matrix in the reference's order, ((m0 * B + m1 * G) + m2 * R), with separate
+// multiplies and adds (no fused multiply-add), so every double is the same.
+// Truncation: cvttpd gives 0x80000000 for NaN and for results outside the
+// 32-bit range; the reference saturates instead, which after the wrap to 16
+// bits differs only for results of 2^31 - 1 and above (low half 0xFFFF).
+
+struct Matrix {
+  __m256d m[9];
+};
+
+// Four results, truncated to 32 bits as the reference does, wrapped to 16 bits.
+inline __m128i TruncateWrap(__m256d v) {
+  const __m128i t = _mm256_cvttpd_epi32(v);
+  const __m128i high = _mm256_castsi256_si128(_mm256_castpd_si256(
+      _mm256_permute4x64_pd(_mm256_cmp_pd(v, _mm256_set1_pd(2147483647.0), _CMP_GE_OQ), 0x08)));
+  const __m128i saturated = _mm_blendv_epi8(t, _mm_set1_epi32(0x7FFFFFFF), high);
+  return _mm_srai_epi32(_mm_slli_epi32(saturated, 16), 16);
+}
+
+struct Narrowing {
+  __m128i shift;  // 24-bit output: arithmetic shift by the depth shift first
+  __m128i max;    // then clamped to 0 .. max
+};
+
+// Four pixels: values as 32-bit lanes in, narrowed results as 32-bit lanes out.
+inline void Correct4(__m128i b32, __m128i g32, __m128i r32, const Matrix &k, const Narrowing &n,
+                     __m128i out[3]) {
+  const __m256d b = _mm256_cvtepi32_pd(b32), g = _mm256_cvtepi32_pd(g32),
+                r = _mm256_cvtepi32_pd(r32);
+  const __m128i zero = _mm_setzero_si128();
+  for (int row = 0; row < 3; ++row) {
+    const __m256d sum = _mm256_add_pd(
+        _mm256_add_pd(_mm256_mul_pd(k.m[3 * row], b), _mm256_mul_pd(k.m[3 * row + 1], g)),
+        _mm256_mul_pd(k.m[3 * row + 2], r));
+    const __m128i v = _mm_sra_epi32(TruncateWrap(sum), n.shift);
+    out[row] = _mm_max_epi32(_mm_min_epi32(v, n.max), zero);
+  }
+}
+
+// Eight pixels of 16-bit table values to eight narrowed values per channel.
+inline Channels Correct8(const Channels &v, const Matrix &k, const Narrowing &n) {
+  __m128i low[3], high[3];
+  Correct4(_mm_cvtepi16_epi32(v.blue), _mm_cvtepi16_epi32(v.green), _mm_cvtepi16_epi32(v.red), k,
+           n, low);
+  Correct4(_mm_cvtepi16_epi32(_mm_unpackhi_epi64(v.blue, v.blue)),
+           _mm_cvtepi16_epi32(_mm_unpackhi_epi64(v.green, v.green)),
+           _mm_cvtepi16_epi32(_mm_unpackhi_epi64(v.red, v.red)), k, n, high);
+  // Results lie in 0 .. 65535: packus keeps them exactly.
+  return {_mm_packus_epi32(low[0], high[0]), _mm_packus_epi32(low[1], high[1]),
+          _mm_packus_epi32(low[2], high[2])};
+}
+
+// Table values of eight pixels (16-bit lanes) at column x.
+template <RowKind kKind, BodyInput kInput>
+inline Channels TableValues8(const std::uint8_t *top, const std::uint8_t *below, std::ptrdiff_t x,
+                             const WordRamps &w) {
+  if constexpr (kInput == BodyInput::kWords) {
+    return WordPixels<kKind>(top, below, x, w);
+  } else {
+    const auto load = [](const std::uint8_t *row, std::ptrdiff_t at) {
+      return _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(row + at)));
+    };
+    const __m128i t0 = load(top, x), t1 = load(top, x + 1), d0 = load(below, x),
+                  d1 = load(below, x + 1);
+    const Channels c = Select<kKind>(t0, t1, d0, d1, FloorMean16(d0, t1), _mm_set1_epi32(0xFFFF));
+    return {Apply16(c.blue, w.blue, w.shift), Apply16(c.green, w.green, w.shift),
+            Apply16(c.red, w.red, w.shift)};
+  }
+}
+
+template <RowKind kKind, BodyInput kInput, BodyOutput kOutput>
+std::ptrdiff_t CorrectedBody(const void *argBlock, const std::uint8_t *top,
+                             const std::uint8_t *below, std::uint8_t *out, std::ptrdiff_t pixels) {
+  const VectorLineArgs &a = *static_cast<const VectorLineArgs *>(argBlock);
+  const WordRamps w = {RampOf(a.blue, false), RampOf(a.green, false), RampOf(a.red, false),
+                       _mm_cvtsi32_si128(a.shift), _mm_setzero_si128()};
+  Matrix k;
+  for (int e = 0; e < 9; ++e) k.m[e] = _mm256_set1_pd(a.matrix[e]);
+  const Narrowing n = {_mm_cvtsi32_si128(a.narrowShift), _mm_set1_epi32(a.narrowMax)};
+  if constexpr (kOutput == BodyOutput::k48) {
+    auto step = [&](std::ptrdiff_t x, auto) {
+      const Channels c = Correct8(TableValues8<kKind, kInput>(top, below, x, w), k, n);
+      StoreInterleaved3<false>(out + x * 6, kWordsTo48, c.blue, c.green, c.red);
+    };
+    return RowVectors<8, false>(a, out, pixels, step);
+  } else {
+    constexpr bool k24 = kOutput == BodyOutput::k24;
+    auto step = [&](std::ptrdiff_t x, auto stream) {
+      const Channels low = Correct8(TableValues8<kKind, kInput>(top, below, x, w), k, n);
+      const Channels high = Correct8(TableValues8<kKind, kInput>(top, below, x + 8, w), k, n);
+      const __m128i b = _mm_packus_epi16(low.blue, high.blue),
+                    g = _mm_packus_epi16(low.green, high.green),
+                    r = _mm_packus_epi16(low.red, high.red);
+      if constexpr (k24)
+        StoreInterleaved3<decltype(stream)::value>(out + x * 3, kBytesTo24, b, g, r);
+      else
+        StoreBgrx<decltype(stream)::value>(out + x * 4, b, g, r);
+    };
+    return RowVectors<16, !k24>(a, out, pixels, step);
+  }
+}
+
+template <BodyInput kInput, BodyOutput kOutput>
+struct CorrectedBodies {
+  template <RowKind kKind>
+  struct Pick {
+    static constexpr RowBody kBody = &CorrectedBody<kKind, kInput, kOutput>;
+  };
+};
+#endif
+
 // The four bodies of one input and output, indexed by RowKind.
 template <template <RowKind> class Pick>
 struct BodyTable {
@@ -295,5 +410,25 @@ const RowBody *X86LineBodies(BodyInput input, BodyOutput output) {
   return nullptr;
 }
 
+#if defined(__AVX2__)
+template <BodyInput kInput, BodyOutput kOutput>
+const RowBody *Corrected() {
+  return BodyTable<CorrectedBodies<kInput, kOutput>::template Pick>::kBodies;
+}
+
+const RowBody *X86CorrectedBodies(BodyInput input, BodyOutput output) {
+  if (input == BodyInput::kBytes) {
+    if (output == BodyOutput::k24) return Corrected<BodyInput::kBytes, BodyOutput::k24>();
+    if (output == BodyOutput::k32) return Corrected<BodyInput::kBytes, BodyOutput::k32>();
+    return nullptr;
+  }
+  if (input != BodyInput::kWords) return nullptr;
+  if (output == BodyOutput::k24) return Corrected<BodyInput::kWords, BodyOutput::k24>();
+  if (output == BodyOutput::k32) return Corrected<BodyInput::kWords, BodyOutput::k32>();
+  return Corrected<BodyInput::kWords, BodyOutput::k48>();
+}
+#endif
+
 }  // namespace
 }  // namespace tavrix::detail
+
