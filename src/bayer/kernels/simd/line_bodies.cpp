@@ -47,6 +47,19 @@ bool ArgsFor(const FastPassJob &job, bool byteLanes, VectorLineArgs &a) {
   return !byteLanes || a.shift == 0;
 }
 
+// The byte a plain or byte-select pass stores for each of 256 indexes.
+bool ByteTablesFor(const FastPassJob &job, VectorLineArgs &a) {
+  const bool to24 = job.variant == PassVariant::k24From8;
+  const int shift = to24 ? job.context.depthShift : 0;
+  if (job.family == LineFamily::kCorrected || shift < 0 || shift > 31) return false;
+  const std::uint16_t *luts[3] = {job.luts.blue, job.luts.green, job.luts.red};
+  for (int c = 0; c < 3; ++c)
+    for (int i = 0; i < 256; ++i) a.tables[c][i] = std::uint8_t(unsigned(luts[c][i]) >> shift);
+  a.stream = std::int64_t(FastPassRowBytes(job)) * (std::int64_t(job.inputSize.height) - 1) >=
+             kStreamedOutputBytes;
+  return true;
+}
+
 }  // namespace
 
 const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args) {
@@ -58,9 +71,14 @@ const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args) {
   const BodyOutput output = Is32BitVariant(job.variant)                ? BodyOutput::k32
                             : job.variant == PassVariant::k48From16 ? BodyOutput::k48
                                                                       : BodyOutput::k24;
-  if (!ArgsFor(job, input != BodyInput::kWords, args)) return nullptr;
 #if TAVRIX_SIMD_X86
   const Path path = ActivePath();
+  if (!job.shapes.clamped && input != BodyInput::kWords && Admits(path, Path::kAvx2) &&
+      ByteTablesFor(job, args))
+    return LookupBodiesAvx2(input, output);
+#endif
+  if (!ArgsFor(job, input != BodyInput::kWords, args)) return nullptr;
+#if TAVRIX_SIMD_X86
   if (job.family == LineFamily::kCorrected)
     return Admits(path, Path::kAvx2) ? CorrectedBodiesAvx2(input, output) : nullptr;
   if (Admits(path, Path::kAvx2)) return LineBodiesAvx2(input, output);

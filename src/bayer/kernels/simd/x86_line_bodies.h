@@ -360,6 +360,69 @@ struct CorrectedBodies {
 };
 #endif
 
+#if defined(__AVX2__)
+// ---- a caller's tables, 8-bit indexes (AVX2) --------------------------------
+//
+// Each table is narrowed to the 256 bytes the output stores. A lookup shuffles
+// each of its sixteen 16-byte chunks by the index's low nibble, then picks the
+// chunk by the high nibble's bits, one blend level per bit (blendv reads bit 7
+// of each byte, so the index is shifted to bring bit 4, 5, 6, 7 there in turn).
+inline __m256i Lookup256(__m256i index, const std::uint8_t *table) {
+  const __m256i low = _mm256_and_si256(index, _mm256_set1_epi8(0x0F));
+  __m256i level[16];
+  for (int k = 0; k < 16; ++k)
+    level[k] = _mm256_shuffle_epi8(
+        _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i *>(table + 16 * k))),
+        low);
+  int count = 16;
+  for (int bit = 4; bit < 8; ++bit, count /= 2) {
+    const __m256i select = _mm256_slli_epi16(index, 7 - bit);
+    for (int k = 0; k < count / 2; ++k)
+      level[k] = _mm256_blendv_epi8(level[2 * k], level[2 * k + 1], select);
+  }
+  return level[0];
+}
+
+template <RowKind kKind, BodyInput kInput, BodyOutput kOutput>
+std::ptrdiff_t ByteLookupBody(const void *argBlock, const std::uint8_t *top,
+                              const std::uint8_t *below, std::uint8_t *out,
+                              std::ptrdiff_t pixels) {
+  const VectorLineArgs &a = *static_cast<const VectorLineArgs *>(argBlock);
+  const __m128i evenMask = _mm_set1_epi16(0x00FF);
+  constexpr bool k24 = kOutput == BodyOutput::k24;
+  const auto channels = [&](std::ptrdiff_t x) {
+    const __m128i t0 = LoadBytes<kInput>(top, x), t1 = LoadBytes<kInput>(top, x + 1);
+    const __m128i d0 = LoadBytes<kInput>(below, x), d1 = LoadBytes<kInput>(below, x + 1);
+    return Select<kKind>(t0, t1, d0, d1, FloorMean8(d0, t1), evenMask);
+  };
+  auto step = [&](std::ptrdiff_t x, auto stream) {
+    const Channels first = channels(x), second = channels(x + 16);
+    const __m256i b = Lookup256(_mm256_set_m128i(second.blue, first.blue), a.tables[0]);
+    const __m256i g = Lookup256(_mm256_set_m128i(second.green, first.green), a.tables[1]);
+    const __m256i r = Lookup256(_mm256_set_m128i(second.red, first.red), a.tables[2]);
+    for (int half = 0; half < 2; ++half) {
+      const __m128i hb = half ? _mm256_extracti128_si256(b, 1) : _mm256_castsi256_si128(b);
+      const __m128i hg = half ? _mm256_extracti128_si256(g, 1) : _mm256_castsi256_si128(g);
+      const __m128i hr = half ? _mm256_extracti128_si256(r, 1) : _mm256_castsi256_si128(r);
+      if constexpr (k24)
+        StoreInterleaved3<decltype(stream)::value>(out + (x + 16 * half) * 3, kBytesTo24, hb, hg,
+                                                   hr);
+      else
+        StoreBgrx<decltype(stream)::value>(out + (x + 16 * half) * 4, hb, hg, hr);
+    }
+  };
+  return RowVectors<32, !k24>(a, out, pixels, step);
+}
+
+template <BodyInput kInput, BodyOutput kOutput>
+struct LookupBodies {
+  template <RowKind kKind>
+  struct Pick {
+    static constexpr RowBody kBody = &ByteLookupBody<kKind, kInput, kOutput>;
+  };
+};
+#endif
+
 // The four bodies of one input and output, indexed by RowKind.
 template <template <RowKind> class Pick>
 struct BodyTable {
@@ -414,6 +477,28 @@ const RowBody *X86LineBodies(BodyInput input, BodyOutput output) {
 template <BodyInput kInput, BodyOutput kOutput>
 const RowBody *Corrected() {
   return BodyTable<CorrectedBodies<kInput, kOutput>::template Pick>::kBodies;
+}
+
+template <BodyInput kInput, BodyOutput kOutput>
+const RowBody *Lookups() {
+  return BodyTable<LookupBodies<kInput, kOutput>::template Pick>::kBodies;
+}
+
+const RowBody *X86LookupBodies(BodyInput input, BodyOutput output) {
+  switch (input) {
+    case BodyInput::kBytes:
+      if (output == BodyOutput::k24) return Lookups<BodyInput::kBytes, BodyOutput::k24>();
+      if (output == BodyOutput::k32) return Lookups<BodyInput::kBytes, BodyOutput::k32>();
+      return nullptr;
+    case BodyInput::kHighBytes:
+      return output == BodyOutput::k32 ? Lookups<BodyInput::kHighBytes, BodyOutput::k32>()
+                                       : nullptr;
+    case BodyInput::kLowBytes:
+      return output == BodyOutput::k32 ? Lookups<BodyInput::kLowBytes, BodyOutput::k32>()
+                                       : nullptr;
+    case BodyInput::kWords: return nullptr;
+  }
+  return nullptr;
 }
 
 const RowBody *X86CorrectedBodies(BodyInput input, BodyOutput output) {
