@@ -19,11 +19,10 @@
 namespace tavrix::detail {
 namespace {
 
-// pshufb masks that interleave channel vectors into records. Output byte p of
-// the records belongs to element p / (channels * width) ... computed per mask:
-// for record bytes p = 16 * part + j, element e = p / elementBytes, channel
-// e % channels, pixel e / channels; the mask takes byte (pixel * elementBytes +
-// p % elementBytes) of that channel's vector, or zero (0x80) for other channels.
+// pshufb masks that interleave three channel vectors into 48 bytes of records.
+// Record byte p = 16 * part + j holds element e = p / elementBytes, which is
+// channel e % 3 of pixel e / 3; the mask of that channel takes byte
+// (pixel * elementBytes + p % elementBytes) of its vector, the others 0x80 (zero).
 struct Masks {
   alignas(16) std::int8_t bytes[3][3][16];  // [part][channel][j]
 };
