@@ -4,6 +4,7 @@
 #include "cpu/dispatch.h"
 
 namespace tavrix::detail {
+#if TAVRIX_SIMD_X86
 namespace {
 
 // Above this output size streamed stores measured faster on a 32 MiB-L3 EPYC
@@ -71,20 +72,20 @@ const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args) {
   const BodyOutput output = Is32BitVariant(job.variant)                ? BodyOutput::k32
                             : job.variant == PassVariant::k48From16 ? BodyOutput::k48
                                                                       : BodyOutput::k24;
-#if TAVRIX_SIMD_X86
   const Path path = ActivePath();
   if (!job.shapes.clamped && input != BodyInput::kWords && Admits(path, Path::kAvx2) &&
       ByteTablesFor(job, args))
     return LookupBodiesAvx2(input, output);
-#endif
   if (!ArgsFor(job, input != BodyInput::kWords, args)) return nullptr;
-#if TAVRIX_SIMD_X86
   if (job.family == LineFamily::kCorrected)
     return Admits(path, Path::kAvx2) ? CorrectedBodiesAvx2(input, output) : nullptr;
   if (Admits(path, Path::kAvx2)) return LineBodiesAvx2(input, output);
   if (Admits(path, Path::kSse41)) return LineBodiesSse41(input, output);
-#endif
   return nullptr;
 }
+#else
+// No vector bodies for this architecture yet: the reference walks every row.
+const RowBody *ChooseLineBodies(const FastPassJob &, VectorLineArgs &) { return nullptr; }
+#endif
 
 }  // namespace tavrix::detail
