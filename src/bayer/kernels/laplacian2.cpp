@@ -143,7 +143,7 @@ struct Laplacian2Pass {
   }
 
   template <Stage kStage, int kRow, int kColumn>
-  static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
+  TAVRIX_SITE_INLINE static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
                     const int *thresholds) {
     constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
     Record &px = *at.o;

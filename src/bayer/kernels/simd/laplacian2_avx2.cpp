@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "bayer/kernels/simd/site_fast.h"
+#include "bayer/table_shape.h"
 
 namespace {
 #include "bayer/kernels/simd/laplacian2_rows.inc"
