@@ -8,11 +8,9 @@
 
 namespace {
 #include "bayer/kernels/simd/site_rows.inc"
-#include "bayer/kernels/simd/laplacian1_rows.inc"
 #include "bayer/kernels/simd/laplacian2_rows.inc"
 }  // namespace
 
 namespace tavrix::detail {
-TAVRIX_DEFINE_SITE_FAST(Laplacian1RowsAvx2, Laplacian1Band)
 TAVRIX_DEFINE_SITE_FAST(Laplacian2RowsAvx2, Laplacian2Band)
 }  // namespace tavrix::detail

@@ -22,8 +22,6 @@ namespace tavrix::detail {
   void Name(const SiteFrame<tagRGBTRIPLE, std::uint16_t> &, const PlaneLuts &,                  \
             const PlaneContext &, const SiteBand &);
 
-TAVRIX_SITE_FAST(Laplacian1RowsSse41)
-TAVRIX_SITE_FAST(Laplacian1RowsAvx2)
 TAVRIX_SITE_FAST(Laplacian2RowsSse41)
 TAVRIX_SITE_FAST(Laplacian2RowsAvx2)
 

@@ -8,11 +8,9 @@
 
 namespace {
 #include "bayer/kernels/simd/site_rows.inc"
-#include "bayer/kernels/simd/laplacian1_rows.inc"
 #include "bayer/kernels/simd/laplacian2_rows.inc"
 }  // namespace
 
 namespace tavrix::detail {
-TAVRIX_DEFINE_SITE_FAST(Laplacian1RowsSse41, Laplacian1Band)
 TAVRIX_DEFINE_SITE_FAST(Laplacian2RowsSse41, Laplacian2Band)
 }  // namespace tavrix::detail
