@@ -40,7 +40,9 @@ public:
 
   /// Selects the codec and the image size in bytes (kept modulo 2^32) and
   /// returns the stream capacity it advertises. Releases any previous match
-  /// table; for eLZ77 allocates a new one of 65536 + size 32-bit entries
+  /// table; for eLZ77 allocates a new one of 65536 + size 32-bit entries and,
+  /// in the same block, the scratch memory of the match search: at most 16
+  /// more bytes per image byte, about 20 bytes per image byte in all
   /// (std::bad_alloc if that fails).
   ///
   /// Returned value: eHuffman size + 388; eLZ77 and eRLE

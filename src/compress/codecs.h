@@ -120,6 +120,23 @@ bool RleDecodeChecked(const uint8_t *payload, size_t payloadLength, uint8_t *out
 inline constexpr uint32_t kNoPosition = 0xFFFFFFFFu; // end of a hash chain
 inline constexpr size_t kHashHeads = 65536;          // table entries before the chains
 
+// Bits of the fast search's hash heads: 2^bits <= 2n, about two heads per byte.
+inline unsigned Lz77HeadBits(uint32_t n) {
+  unsigned bits = 0;
+  while (bits < 32 && (uint64_t(2) << bits) <= 2 * uint64_t(n)) ++bits;
+  return bits;
+}
+
+// Entries of the table that InitCompress(eLZ77, n) allocates: the 65536 heads and n
+// chain links of the literal search (the fast search reuses the links for its
+// 5-byte keys), then two more chains of n links and the fast search's hash heads:
+// beyond the first 65536 + n entries, 2n links and at most 2n heads, at most 16
+// bytes per input byte.
+inline uint64_t Lz77TableEntries(uint32_t n) {
+  return n == 0 ? kHashHeads : kHashHeads + 3 * uint64_t(n) + (uint64_t(1) << Lz77HeadBits(n));
+}
+
+// `matchTable` holds Lz77TableEntries(n) entries; the literal search uses the first 65536 + n.
 uint32_t Lz77Encode(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable);
 bool Lz77EncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable,
                        size_t capacity, size_t *payloadLength);
