@@ -9,6 +9,7 @@
 #ifndef TAVRIX_SRC_COMPRESS_CODECS_H
 #define TAVRIX_SRC_COMPRESS_CODECS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -22,6 +23,10 @@ class UnboundedSink {
 public:
   explicit UnboundedSink(uint8_t *out) : begin_(out), pos_(out) {}
   void Put(uint8_t b) { *pos_++ = b; }
+  void PutSpan(const uint8_t *p, size_t n) {
+    std::memcpy(pos_, p, n);
+    pos_ += n;
+  }
   bool Overflowed() const { return false; }
   size_t Size() const { return size_t(pos_ - begin_); }
 
@@ -40,6 +45,12 @@ public:
       return;
     }
     *pos_++ = b;
+  }
+  void PutSpan(const uint8_t *p, size_t n) {
+    const size_t fits = std::min(n, size_t(end_ - pos_));
+    std::memcpy(pos_, p, fits);
+    pos_ += fits;
+    overflowed_ = overflowed_ || fits < n;
   }
   bool Overflowed() const { return overflowed_; }
   size_t Size() const { return size_t(pos_ - begin_); }
@@ -91,6 +102,15 @@ public:
     return true;
   }
   bool AtEnd() const { return p_ >= end_; }
+  // Bytes from here to the next `escape` or the payload end (0 at or past the end).
+  size_t LiteralSpan(uint8_t escape) const {
+    if (p_ >= end_) return 0;
+    const void *found = std::memchr(p_, escape, size_t(end_ - p_));
+    return found != nullptr ? size_t(static_cast<const uint8_t *>(found) - p_)
+                            : size_t(end_ - p_);
+  }
+  const uint8_t *Position() const { return p_; }
+  void Advance(size_t n) { p_ += n; }
 
 private:
   const uint8_t *p_;
