@@ -16,6 +16,41 @@
 
 namespace tavrix::detail {
 
+inline uint32_t Load32(const uint8_t *p) {
+  uint32_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+inline uint64_t Load64(const uint8_t *p) {
+  uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// Index of the first byte in memory order whose bit 7 is set in `marks` (not 0).
+inline size_t FirstMarkedByte(uint64_t marks) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  return size_t(__builtin_clzll(marks) >> 3);
+#else
+  return size_t(__builtin_ctzll(marks) >> 3);
+#endif
+}
+
+// n bytes from `from` to `to` (not overlapping), short copies without a call.
+inline void CopyBytes(uint8_t *to, const uint8_t *from, size_t n) {
+  if (n >= 8 && n <= 16) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + n - 8, from + n - 8, 8);
+  } else if (n >= 4 && n < 8) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + n - 4, from + n - 4, 4);
+  } else if (n < 4) {
+    for (size_t k = 0; k < n; ++k) to[k] = from[k];
+  } else {
+    std::memcpy(to, from, n);
+  }
+}
+
 // ---- output sinks -------------------------------------------------------------
 
 // The caller sized the buffer from MaxEncodedSize: no test per byte.
@@ -103,8 +138,15 @@ public:
   }
   bool AtEnd() const { return p_ >= end_; }
   // Bytes from here to the next `escape` or the payload end (0 at or past the end).
+  // The next eight bytes are tested in place: spans are short in noisy data.
   size_t LiteralSpan(uint8_t escape) const {
     if (p_ >= end_) return 0;
+    if (end_ - p_ >= 8) {
+      constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+      const uint64_t x = Load64(p_) ^ (0x0101010101010101ull * escape);
+      const uint64_t zero = ~(((x & kLow7) + kLow7) | x | kLow7); // bit 7 of each zero byte
+      if (zero != 0) return FirstMarkedByte(zero);
+    }
     const void *found = std::memchr(p_, escape, size_t(end_ - p_));
     return found != nullptr ? size_t(static_cast<const uint8_t *>(found) - p_)
                             : size_t(end_ - p_);
@@ -203,17 +245,6 @@ void HuffmanDecodeReference(const uint8_t *payload, uint8_t *output, uint32_t pa
                             uint32_t outputCount);
 
 // ---- small helpers --------------------------------------------------------------
-
-inline uint32_t Load32(const uint8_t *p) {
-  uint32_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-inline uint64_t Load64(const uint8_t *p) {
-  uint64_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
 
 // Number of leading bytes equal in a and b, from `start` up to `limit` (start itself
 // if start >= limit), eight bytes per comparison. Reads a and b below `limit` only.

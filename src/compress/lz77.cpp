@@ -476,18 +476,20 @@ void Lz77EncodeInto(const uint8_t *input, uint32_t n, uint32_t *table, Sink &out
 
 // ---- the reader ---------------------------------------------------------------------
 
-// Copies byte by byte in increasing order in effect: an overlapping reference
-// repeats the bytes it has just written.
+// Copies `length` bytes from `distance` back, with the effect of a byte-by-byte copy
+// in increasing order: an overlapping reference repeats the bytes it has just
+// written. Once k bytes are out, the first k + distance bytes from out - distance
+// repeat with period `distance`, so each step copies that many, without overlap.
 void CopyMatch(uint8_t *out, size_t distance, size_t length) {
   const uint8_t *from = out - distance;
   if (distance >= length) {
-    std::memcpy(out, from, length);
-  } else if (distance >= 8) {
-    size_t k = 0;
-    for (; k + 8 <= length; k += 8) std::memcpy(out + k, from + k, 8);
-    for (; k < length; ++k) out[k] = from[k];
-  } else {
-    for (size_t k = 0; k < length; ++k) out[k] = from[k];
+    CopyBytes(out, from, length);
+    return;
+  }
+  for (size_t k = 0; k < length;) {
+    const size_t chunk = std::min(k + distance, length - k);
+    CopyBytes(out + k, from, chunk);
+    k += chunk;
   }
 }
 
@@ -499,6 +501,15 @@ bool Lz77DecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *outpu
   PayloadReader<kChecked> in(payload + 1, payloadLength - 1);
   size_t o = 0;
   do { // the end test follows each token
+    // Literals other than the escape, copied as a span.
+    const size_t literals = in.LiteralSpan(escape);
+    if (literals > 0) {
+      if (kChecked && outputCapacity - o < literals) return false;
+      CopyBytes(output + o, in.Position(), literals);
+      in.Advance(literals);
+      o += literals;
+      if (in.AtEnd()) break;
+    }
     uint8_t b;
     if (!in.Get(b)) return false;
     if (b == escape) {

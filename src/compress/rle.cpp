@@ -88,13 +88,7 @@ size_t NextRunOrEscape(const uint8_t *in, size_t from, size_t n, uint8_t escape)
                    w3 = Load64(in + i + 3);
     const uint64_t hit = ZeroBytes(w0 ^ escapes) |
                          (ZeroBytes(w0 ^ w1) & ZeroBytes(w1 ^ w2) & ZeroBytes(w2 ^ w3));
-    if (hit != 0) {
-#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
-      return i + size_t(__builtin_clzll(hit) >> 3);
-#else
-      return i + size_t(__builtin_ctzll(hit) >> 3);
-#endif
-    }
+    if (hit != 0) return i + FirstMarkedByte(hit);
   }
   for (; i < n; ++i)
     if (in[i] == escape || (i + 3 < n && in[i] == in[i + 1] && in[i] == in[i + 2] && in[i] == in[i + 3]))
@@ -134,7 +128,7 @@ bool RleDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *output
     const size_t literals = in.LiteralSpan(escape);
     if (literals > 0) {
       if (kChecked && outputCapacity - o < literals) return false;
-      std::memcpy(output + o, in.Position(), literals);
+      CopyBytes(output + o, in.Position(), literals);
       in.Advance(literals);
       o += literals;
       if (in.AtEnd()) break;
