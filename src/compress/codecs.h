@@ -151,8 +151,16 @@ public:
     return found != nullptr ? size_t(static_cast<const uint8_t *>(found) - p_)
                             : size_t(end_ - p_);
   }
-  const uint8_t *Position() const { return p_; }
-  void Advance(size_t n) { p_ += n; }
+  // Copies the bytes up to the next `escape` (literals of both escape codecs) to
+  // output + o and advances both; false if the checked reader finds no room.
+  bool CopyLiterals(uint8_t escape, uint8_t *output, size_t &o, size_t outputCapacity) {
+    const size_t n = LiteralSpan(escape);
+    if (kChecked && outputCapacity - o < n) return false;
+    CopyBytes(output + o, p_, n);
+    p_ += n;
+    o += n;
+    return true;
+  }
 
 private:
   const uint8_t *p_;

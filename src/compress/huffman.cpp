@@ -141,6 +141,20 @@ bool ReadCodeTree(BitReader &in, Leaf *list, uint32_t &count) {
   uint32_t code = 0, length = 0;
   bool deep = false;
   count = 0;
+  // Back to the nearest node still waiting for its right slot; false at the root.
+  const auto Up = [&]() {
+    if (deepLevels > 0) {
+      --deepLevels;
+    } else if (shallow > 0) {
+      const Level &up = stack[--shallow];
+      code = up.code;
+      length = up.length;
+      deep = false;
+    } else {
+      return false;
+    }
+    return true;
+  };
   bool leaf = in.Get(1) == 1; // the node being read
   for (;;) {
     if (!leaf) { // an internal node: its left slot, then its right slot
@@ -159,30 +173,11 @@ bool ReadCodeTree(BitReader &in, Leaf *list, uint32_t &count) {
       if (count == 256) return false;
       const uint32_t symbol = in.Get(kSymbolBits);
       list[count++] = {symbol, code, deep ? kDeepLeaf : length};
-      // Back to the nearest node still waiting for its right slot.
-      if (deepLevels > 0) {
-        --deepLevels;
-      } else if (shallow > 0) {
-        const Level &up = stack[--shallow];
-        code = up.code;
-        length = up.length;
-        deep = false;
-      } else {
-        return true;
-      }
+      if (!Up()) return true;
     }
     // The right slot of the current internal node.
     while (in.Get(1) == 0) { // no right child: the node is done
-      if (deepLevels > 0) {
-        --deepLevels;
-      } else if (shallow > 0) {
-        const Level &up = stack[--shallow];
-        code = up.code;
-        length = up.length;
-        deep = false;
-      } else {
-        return true;
-      }
+      if (!Up()) return true;
     }
     code = code * 2 + 1;
     deep = deep || ++length > kMaxCodeLength;

@@ -501,15 +501,9 @@ bool Lz77DecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *outpu
   PayloadReader<kChecked> in(payload + 1, payloadLength - 1);
   size_t o = 0;
   do { // the end test follows each token
-    // Literals other than the escape, copied as a span.
-    const size_t literals = in.LiteralSpan(escape);
-    if (literals > 0) {
-      if (kChecked && outputCapacity - o < literals) return false;
-      CopyBytes(output + o, in.Position(), literals);
-      in.Advance(literals);
-      o += literals;
-      if (in.AtEnd()) break;
-    }
+    const size_t before = o;
+    if (!in.CopyLiterals(escape, output, o, outputCapacity)) return false;
+    if (o != before && in.AtEnd()) break; // the span was the last token
     uint8_t b;
     if (!in.Get(b)) return false;
     if (b == escape) {
