@@ -100,8 +100,9 @@ public:
   /// token running past the payload, an LZ77 length below 4 or distance of 0
   /// or reaching before the start of the output, output that would exceed
   /// `destinationSize`, a Huffman tree with more than 256 leaves, a Huffman code
-  /// search reaching a leaf deeper than 32 bits, or Huffman bits running out. For every well-formed stream it
-  /// returns true and writes exactly what the trusted decoder writes.
+  /// search reaching a leaf deeper than 32 bits, or Huffman bits running out.
+  /// For every well-formed stream it returns true and writes exactly what the
+  /// trusted decoder writes.
   bool DecodeImage(const void *source, unsigned long sourceSize, void *destination,
                    unsigned long destinationSize);
 
