@@ -14,7 +14,9 @@
 // chosen by the index bits 4..7 with byte blends), and puts the planes back.
 //
 // Everything here is in an anonymous namespace except Avx2RowKernels; nothing from a
-// shared header is called (see cmake/TavrixSimd.cmake).
+// shared header is called (see cmake/TavrixSimd.cmake). The 48-bit apply pass has
+// no body here: its tables of 65536 entries do not fit in registers, and gathers
+// measured slower than the plain loop on our CPUs.
 #include <immintrin.h>
 
 #include <cstdint>

@@ -15,12 +15,20 @@ constexpr int kOffsetTableDepth = 8;  // offsets and the dispatcher work on 256-
 constexpr int kOffsetTableEntries = 1 << kOffsetTableDepth;
 
 // Replaces every channel value v of pixels from .. width - 1 of a row by entry v of
-// its table, in place.
+// its table, in place. The table pointers are locals: the byte stores could
+// otherwise change them as far as the compiler knows, and it would reload them for
+// every sample.
 template <class Layout>
 void ApplyPixels(uint8_t* row, uint32_t from, uint32_t width, const ConstTables& tables) {
+  const uint16_t* const blue = tables[kBlue];
+  const uint16_t* const green = tables[kGreen];
+  const uint16_t* const red = tables[kRed];
   uint8_t* pixel = row + size_t(from) * Layout::kPixelBytes;
-  for (uint32_t column = from; column < width; ++column, pixel += Layout::kPixelBytes)
-    for (int c = 0; c < kChannels; ++c) Layout::Put(pixel, c, tables[c][Layout::Get(pixel, c)]);
+  for (uint32_t column = from; column < width; ++column, pixel += Layout::kPixelBytes) {
+    Layout::Put(pixel, kBlue, blue[Layout::Get(pixel, kBlue)]);
+    Layout::Put(pixel, kGreen, green[Layout::Get(pixel, kGreen)]);
+    Layout::Put(pixel, kRed, red[Layout::Get(pixel, kRed)]);
+  }
 }
 
 // What an 8-bit pass stores: the low byte of each of the first 256 entries.
