@@ -28,13 +28,15 @@ void Layouts(tavrix_fuzz::FuzzInput &in) {
   const int bits = in.Small(0, 17);
   const int width = in.Small(0, 300);
   const int height = in.Small(0, 5);
-  const std::size_t padIn = std::size_t(in.Bounded(0, 7)), padOut = 2 * std::size_t(in.Bounded(0, 3));
+  const std::size_t padIn = std::size_t(in.Bounded(0, 7));
+  const std::size_t padOut = 2 * std::size_t(in.Bounded(0, 3));
   if (width < 0 || width > 4096 || height < 0 || height > 8) return;  // keep buffers small
   const std::size_t rowBytes = tavrix::PackedRowBytes(packing, width);
   const std::size_t packedStride = rowBytes + padIn, sampleStride = 2 * std::size_t(width) + padOut;
   std::vector<std::uint8_t> packed(height ? packedStride * (height - 1) + rowBytes : 0);
   in.Fill(packed.data(), packed.size());
-  std::vector<std::uint16_t> samples(height ? (sampleStride * (height - 1)) / 2 + width : 0, 0xA5A5);
+  std::vector<std::uint16_t> samples(height ? sampleStride * (height - 1) / 2 + width : 0,
+                                     0xA5A5);
   if (!tavrix::Unpack(packing, bits, width, height, packed.data(), packedStride, samples.data(),
                       sampleStride))
     return;
