@@ -17,7 +17,7 @@ namespace {
 void Names(const std::uint8_t *data, std::size_t size) {
   tavrix::PatternName name;
   const std::string_view text(reinterpret_cast<const char *>(data), size);
-  if (tavrix::ParsePatternName(text, &name)) {
+  if (tavrix::ParsePatternName(text, &name).ok()) {
     const int o = name.origin;
     if (o != eOriginGB && o != eOriginGR && o != eOriginBG && o != eOriginRG) std::abort();
   }
@@ -38,7 +38,8 @@ void Layouts(tavrix_fuzz::FuzzInput &in) {
   std::vector<std::uint16_t> samples(height ? sampleStride * (height - 1) / 2 + width : 0,
                                      0xA5A5);
   if (!tavrix::Unpack(packing, bits, width, height, packed.data(), packedStride, samples.data(),
-                      sampleStride))
+                      sampleStride)
+           .ok())
     return;
   const bool keepsEveryBit = tavrix::PackingFixedBits(packing) != 0 ||
                              (packing == tavrix::Packing::kPlain8 && bits == 8) ||
@@ -46,7 +47,8 @@ void Layouts(tavrix_fuzz::FuzzInput &in) {
   if (!keepsEveryBit || rowBytes == 0) return;
   std::vector<std::uint8_t> again(packed.size());
   if (!tavrix::Pack(packing, bits, width, height, samples.data(), sampleStride, again.data(),
-                    packedStride))
+                    packedStride)
+           .ok())
     std::abort();
   for (int r = 0; r < height; ++r)
     if (std::memcmp(again.data() + r * packedStride, packed.data() + r * packedStride,
