@@ -149,7 +149,8 @@ TEST(WalkLimits, OutputsShortOfTheInputAndFactorsBelowOneAreRefused) {
 
 // FNV-1a over every byte of the output, sentinels of unwritten pixels included.
 std::uint64_t Fnv(const Image &out, std::uint64_t h) {
-  for (std::size_t k = 0; k < out.words.size() * 2; ++k) h = (h ^ out.Bytes()[k]) * 0x100000001b3ull;
+  for (std::size_t k = 0; k < out.words.size() * 2; ++k)
+    h = (h ^ out.Bytes()[k]) * 0x100000001b3ull;
   return h;
 }
 
@@ -159,9 +160,9 @@ void WriteCurves(CBayerConverter &cv, int bits) {
   const unsigned top = 1u << bits;
   for (unsigned i = 0; i < 65536; ++i) {
     const unsigned v = i % top;
-    cv.GetRedLUT()[i] = std::uint16_t(v < top / 3 ? 3 * v : top - 1);         // saturates early
-    cv.GetGreenLUT()[i] = std::uint16_t(top + 8 - v * v / top);              // falling, above 2^bits
-    cv.GetBlueLUT()[i] = std::uint16_t((v * 5 / 4 + 300) & (2 * top - 1));  // wraps past 2^bits
+    cv.GetRedLUT()[i] = std::uint16_t(v < top / 3 ? 3 * v : top - 1);  // saturates early
+    cv.GetGreenLUT()[i] = std::uint16_t(top + 8 - v * v / top);  // falling, above 2^bits
+    cv.GetBlueLUT()[i] = std::uint16_t((v * 5 / 4 + 300) & (2 * top - 1));  // wraps
   }
 }
 
