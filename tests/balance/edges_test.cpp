@@ -69,6 +69,41 @@ TEST(WhiteWorld, TheWhitestPixelFirstLastAtRowEndsAndPastTheImage) {
   }
 }
 
+// One pixel unlike the grey rest, first, last, or at the end of the first or last
+// padded row: every estimator that measures the whole image must see it.
+TEST(Estimators, SeeTheFirstAndLastPixelAndTheEndsOfPaddedRows) {
+  using Caller = void (CColorBalance::*)(CImageInfo*, CImageData*, unsigned short*,
+                                         unsigned short*, unsigned short*);
+  const struct {
+    const char* name;
+    Caller run;
+  } kEstimators[] = {{"GrayWorld", &CColorBalance::GrayWorld},
+                     {"ScaleByMax", &CColorBalance::ScaleByMax},
+                     {"MeanEqualization", &CColorBalance::MeanEqualization},
+                     {"StandardDeviation", &CColorBalance::StandardDeviation},
+                     {"MeanAndStandardDeviation", &CColorBalance::MeanAndStandardDeviation}};
+  const auto estimate = [](Caller run, Image& image) {
+    CColorBalance balance;
+    balance.SetLutDepth(8);
+    Tables tables;
+    (balance.*run)(image.Info(), image.Data(), tables.red(), tables.green(), tables.blue());
+    return tables;
+  };
+  const std::pair<unsigned, unsigned> kPositions[] = {{0, 0}, {0, 4}, {2, 0}, {2, 4}};
+  for (Format format : kFormats)
+    for (const auto& e : kEstimators) {
+      Image grey = Image::FromPixels(format, 5, std::vector<Bgr>(15, {90, 90, 90}), 3);
+      const Tables ofGrey = estimate(e.run, grey);
+      for (const auto& at : kPositions) {
+        SCOPED_TRACE(testing::Message() << e.name << ", " << Name(format) << ", pixel "
+                                        << at.first << "," << at.second);
+        Image image = Image::FromPixels(format, 5, std::vector<Bgr>(15, {90, 90, 90}), 3);
+        image.Set(at.first, at.second, {200, 30, 150});
+        EXPECT_NE(estimate(e.run, image), ofGrey);
+      }
+    }
+}
+
 // GrayWorld at depth 16 with gains of exactly 2: level 65536 is one past full scale.
 TEST(LevelEdges, FullScaleAndOnePastAtDepth16) {
   Image image = Image::FromPixels(Format::kBgr48, 1, {{1000, 2000, 1000}});
