@@ -200,28 +200,24 @@ std::uint64_t FamilyHash(const Family &f, Out kind) {
   const double elements[9] = {1.5, -0.25, 0.125, -0.375, 1.25, 0.0625, 0.3, -0.45, 1.2};
   for (int k = 0; k < 9; ++k) matrix.m_matrix[k] = elements[k];
   std::uint64_t h = 0xcbf29ce484222325ull;
+  CBayerConverter cv;  // one object: the depth settings stay, only the tables change
+  cv.SetCalcMode(f.mode);
+  cv.SetColorCorrectionMode(f.corrected);
+  cv.SetCorrectionMatrix(elements[0], elements[1], elements[2], elements[3], elements[4],
+                         elements[5], elements[6], elements[7], elements[8]);
   for (ePatternOrigin origin : kOrigins)
     for (int factor : {1, 3}) {
       if (factor != 1 && !Is32(kind)) continue;
+      cv.SetPatternOrigin(origin);
+      cv.SetSampleFactor(factor);
       for (int tables = 0; tables < 3; ++tables) {
         const Mosaic m = GoldenMosaic(bits, std::uint32_t(origin * 10 + tables));
         ISize outSize = m.size;
         if (factor != 1 && f.mode == eFastBilinear) outSize.width = (m.size.width / factor) & ~1;
-        CBayerConverter cv;
-        cv.SetCalcMode(f.mode);
-        cv.SetPatternOrigin(origin);
-        cv.SetColorCorrectionMode(f.corrected);
-        cv.SetCorrectionMatrix(elements[0], elements[1], elements[2], elements[3], elements[4],
-                               elements[5], elements[6], elements[7], elements[8]);
-        cv.SetSampleFactor(factor);
         if (tables == 0) cv.SetColorBalance(40, -3, -25);
         if (tables == 1) cv.SetColorBalance(-30, 9, 50);
+        if (tables == 2) WriteCurves(cv, bits);
         Image out(kind, outSize);
-        if (tables == 2) {  // settle the depth settings, then overwrite the tables
-          ConvertInto(cv, m, out, depth, f.format, matrix);
-          WriteCurves(cv, bits);
-          out = Image(kind, outSize);
-        }
         ConvertInto(cv, m, out, depth, f.format, matrix);
         h = Fnv(out, h);
       }
