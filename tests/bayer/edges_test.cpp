@@ -317,39 +317,82 @@ TEST(NarrowingEdges, FlatMosaicThroughConstantTables) {
   });
 }
 
-// Flat 128 (2048 on the 12-bit scale of the 48-bit output) times a diagonal:
-// a corrected value of exactly 256 (or 4096) stores 255 (4095); -1 stores 0.
+// The correction pass after the per-site algorithms. A flat mosaic at half scale
+// (128 for the byte outputs, 2048 and 32768 for the 48-bit output at depths 12
+// and 16) times a diagonal: a corrected value of exactly full scale + 1 (256,
+// 4096, 65536) stores full scale; -1 stores 0; values beyond 32 bits saturate.
 TEST(NarrowingEdges, CorrectedValuesOnTheEdgeAndOnePast) {
   const struct {
     const char *why;
     double diagonal;
-    unsigned level;  // the flat mosaic, depth 8 (12 for the 48-bit output)
-    unsigned bytes, words;
+    unsigned bytes, words12, words16;
   } kCases[] = {
-      {"256 and 4096 clamp", 2.0, 128, 255, 4095},
-      {"255 exactly, 4080", 255.0 / 128.0, 128, 255, 4080},
-      {"255.94 truncates, 4095 exactly", 4095.0 / 2048.0, 128, 255, 4095},
-      {"257 and 4112 clamp", 2.0078125, 128, 255, 4095},
-      {"-1 and -16 clamp", -1.0 / 128.0, 128, 0, 0},
+      {"one past full scale clamps", 2.0, 255, 4095, 65535},
+      {"255 exactly", 255.0 / 128.0, 255, 4080, 65280},
+      {"4095 exactly; 255.94 truncates", 4095.0 / 2048.0, 255, 4095, 65520},
+      {"257, 4112, 65792 clamp", 2.0078125, 255, 4095, 65535},
+      {"-1, -16, -256 clamp", -1.0 / 128.0, 0, 0, 0},
+      {"beyond 32 bits", 1e12, 255, 4095, 65535},
+      {"below 32 bits", -1e12, 0, 0, 0},
   };
+  const struct {
+    Out kind;
+    unsigned short depth;
+  } kOutputs[] = {{Out::k24From8, 8},   {Out::k32From8, 8},    {Out::k24From16, 8},
+                  {Out::k32From16, 8}, {Out::k48From16, 12}, {Out::k48From16, 16}};
   path_test::ForEachPath([&](path_test::Path) {
     for (const auto &c : kCases)
-      for (eCalculationMode mode : {eFastBilinear, eBilinear, eLaplacian2})
-        for (Out kind : kAllOutputs) {
-          SCOPED_TRACE(testing::Message() << c.why << ", mode " << mode << ", " << Name(kind));
-          const bool wide = kind == Out::k48From16;
-          const Mosaic m(8, 8, wide ? c.level * 16 : c.level);
+      for (eCalculationMode mode : {eBilinear, eLaplacian2})
+        for (const auto &o : kOutputs) {
+          SCOPED_TRACE(testing::Message() << c.why << ", mode " << mode << ", " << Name(o.kind)
+                                          << ", depth " << o.depth);
+          const Mosaic m(8, 8, 1u << (o.depth - 1));
           CColorMatrix matrix;
           for (int k : {0, 4, 8}) matrix.m_matrix[k] = c.diagonal;
           CBayerConverter cv;
           cv.SetCalcMode(mode);
           cv.SetColorCorrectionMode(true);
           cv.SetCorrectionMatrix(c.diagonal, 0, 0, 0, c.diagonal, 0, 0, 0, c.diagonal);
-          Image out(kind, m.size);
-          ConvertInto(cv, m, out, wide ? 12 : 8, 100, matrix);
-          const unsigned expected = wide ? c.words : c.bytes;
+          Image out(o.kind, m.size);
+          ConvertInto(cv, m, out, o.depth, 100, matrix);
+          const unsigned expected = o.depth == 8 ? c.bytes : o.depth == 12 ? c.words12 : c.words16;
           for (int ch : {kBlue, kGreen, kRed}) EXPECT_EQ(out.At(3, 3, ch), expected) << ch;
         }
+  });
+}
+
+// The corrected fast pass wraps each product to 16 signed bits before the clamp.
+// Flat 128 times a diagonal, on the byte outputs (depth 8) and the 48-bit one
+// (depth 16, so that only the wrap limits it).
+TEST(NarrowingEdges, FastCorrectedValuesWrapAtSixteenBits) {
+  const struct {
+    const char *why;
+    double diagonal;
+    unsigned bytes, words;
+  } kCases[] = {
+      {"256 clamps to 255", 2.0, 255, 256},
+      {"32767 is the largest", 32767.0 / 128, 255, 32767},
+      {"32768 wraps to -32768", 256.0, 0, 0},
+      {"65537 wraps to 1", 65537.0 / 128, 1, 1},
+      {"-1 clamps to 0", -1.0 / 128, 0, 0},
+      {"-32769 wraps to 32767", -32769.0 / 128, 255, 32767},
+      {"beyond 32 bits: saturates, then wraps to -1", 1e12, 0, 0},
+  };
+  path_test::ForEachPath([&](path_test::Path) {
+    for (const auto &c : kCases)
+      for (Out kind : kAllOutputs) {
+        SCOPED_TRACE(testing::Message() << c.why << ", " << Name(kind));
+        const bool wide = kind == Out::k48From16;
+        CColorMatrix matrix;
+        for (int k : {0, 4, 8}) matrix.m_matrix[k] = c.diagonal;
+        CBayerConverter cv;
+        cv.SetColorCorrectionMode(true);
+        cv.SetCorrectionMatrix(c.diagonal, 0, 0, 0, c.diagonal, 0, 0, 0, c.diagonal);
+        Image out(kind, {8, 8});
+        ConvertInto(cv, Mosaic(8, 8, 128), out, wide ? 16 : 8, 100, matrix);
+        for (int ch : {kBlue, kGreen, kRed})
+          EXPECT_EQ(out.At(3, 3, ch), wide ? c.words : c.bytes) << ch;
+      }
   });
 }
 
