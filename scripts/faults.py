@@ -177,7 +177,7 @@ def main():
             print("stale: %s (%s)" % (fault.name, fault.file))
         print("%d faults, %d stale" % (len(faults), len(stale)))
         return 1 if stale else 0
-    build = args.build_dir or os.path.join(
+    build = os.path.abspath(args.build_dir) if args.build_dir else os.path.join(
         ROOT, "build-faults-sanitize" if args.sanitize else "build-faults")
 
     print("building %s (clean)" % build, flush=True)

@@ -70,7 +70,9 @@ Image RunWalk(const Walk &w, int factor, const Mosaic &m, ISize outSize) {
 // walk is accepted exactly from the first output height that holds what it
 // writes, and writes the same there.
 TEST(WalkLimits, ThirtyTwoBitWalksAcceptExactlyTheOutputsThatHoldThem) {
-  const ISize kInputs[] = {{12, 10}, {14, 14}, {20, 8}};
+  // The last four put the last pixel of a decimating bilinear walk exactly one
+  // past an output of even height (factors 2, 3, 4, 4 and 5).
+  const ISize kInputs[] = {{12, 10}, {14, 14}, {20, 8}, {6, 10}, {8, 10}, {10, 12}, {10, 14}};
   path_test::ForEachPath([&](path_test::Path) {
     for (const Walk &w : kWalks)
       for (const ISize in : kInputs)
