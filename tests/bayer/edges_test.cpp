@@ -147,6 +147,27 @@ TEST(WalkLimits, OutputsShortOfTheInputAndFactorsBelowOneAreRefused) {
       }
 }
 
+// The correction pass after the per-site algorithms covers the input's size in
+// the 24- and 48-bit outputs and the output's in the 32-bit ones: in an output
+// two rows taller than the input, the sentinels below the image are corrected
+// (halved) only there.
+TEST(WalkLimits, CorrectionPassCoversTheInputOrTheOutputSize) {
+  for (eCalculationMode mode : {eBilinear, eLaplacian1, eLaplacian2})
+    for (Out kind : kAllOutputs) {
+      SCOPED_TRACE(testing::Message() << "mode " << mode << ", " << Name(kind));
+      CColorMatrix half;
+      for (int k : {0, 4, 8}) half.m_matrix[k] = 0.5;
+      CBayerConverter cv;
+      cv.SetCalcMode(mode);
+      cv.SetColorCorrectionMode(true);
+      cv.SetCorrectionMatrix(0.5, 0, 0, 0, 0.5, 0, 0, 0, 0.5);
+      Image out(kind, {8, 8});
+      ConvertInto(cv, Mosaic(8, 6, kFlat), out, 8, 100, half);
+      for (std::size_t i = 48; i < 64; ++i) ASSERT_EQ(out.Untouched(i), !Is32(kind)) << i;
+      EXPECT_TRUE(out.GuardIntact());
+    }
+}
+
 // ---- three tables per family ------------------------------------------------------
 
 // FNV-1a over every byte of the output, sentinels of unwritten pixels included.
