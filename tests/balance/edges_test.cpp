@@ -128,6 +128,28 @@ TEST(LevelEdges, OffsetTablesClampAt255AndZero) {
   EXPECT_EQ(image.Get(0, 2), (Bgr{1, 0, 254}));
 }
 
+// The row stride is the buffer size over the height, rounded down: a buffer two
+// bytes longer than three padded rows still has rows 2 * 3 + 2 pixel bytes apart
+// (and a fourth row beyond it stays as it was).
+TEST(LevelEdges, StrideRoundsTheBufferSizeDown) {
+  for (Format format : kFormats) {
+    SCOPED_TRACE(Name(format));
+    Image image = Image::Random(format, 2, 4, 200, 5, 2);
+    Image expected = image;
+    for (unsigned r = 0; r < 3; ++r)
+      for (unsigned c = 0; c < 2; ++c) {
+        const Bgr v = image.Get(r, c);
+        expected.Set(r, c, {v[B] + 1, v[G] + 1, v[R] + 1});
+      }
+    image.Info()->height = 3;
+    image.Info()->imageSize = 3 * image.Stride() + 2;
+    CColorBalance balance;
+    balance.ComputeColorBalance(1, 1, 1);
+    balance.ApplyColorBalance(image.Info(), image.Data());
+    EXPECT_EQ(image.Bytes(), expected.Bytes());
+  }
+}
+
 // A null caller table refuses the call: nothing applied, nothing estimated.
 TEST(CallerTables, AnyNullTableRefusesTheCall) {
   for (int missing : {B, G, R}) {
