@@ -22,6 +22,13 @@ else
   echo "clang++ is not installed: fuzz smoke run skipped"
 fi
 
+echo "== ThreadSanitizer build and the tests that run threads"
+cmake -S "$root" -B "$root/build-tsan" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAVRIX_SANITIZE_THREAD=ON \
+  -DTAVRIX_BUILD_TESTS=ON -DTAVRIX_BUILD_EXAMPLES=OFF -DTAVRIX_BUILD_TOOLS=OFF >/dev/null
+cmake --build "$root/build-tsan" -j"$jobs" --target tavrix_api_test
+TSAN_OPTIONS=halt_on_error=1 "$root/build-tsan/tests/api/tavrix_api_test" \
+  --gtest_filter='*Threads*:*Batch*' --gtest_brief=1
+
 echo "== Sanitizer build (ASan + UBSan) and tests"
 cmake -S "$root" -B "$root/build-sanitize" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAVRIX_SANITIZE=ON \
   -DTAVRIX_BUILD_TESTS=ON -DTAVRIX_BUILD_EXAMPLES=OFF >/dev/null

@@ -8,6 +8,13 @@
 #include "tavrix/color_matrix.h"
 #include "tavrix/image_compress.h"
 
+/* The interface with views, Status and threads needs C++17. */
+#if __cplusplus >= 201703L || (defined(_MSVC_LANG) && _MSVC_LANG >= 201703L)
+#include "tavrix/balance.h"
+#include "tavrix/compress.h"
+#include "tavrix/demosaic.h"
+#endif
+
 #define TAVRIX_VERSION_MAJOR 0
 #define TAVRIX_VERSION_MINOR 1
 #define TAVRIX_VERSION_PATCH 0

@@ -1,0 +1,95 @@
+// The tavrix:: interface on a 4096 x 3072 frame beside the class call it wraps:
+// what the interface adds (threads 1, packed rows), padded rows, and threads.
+// Interleave the cases and take medians:
+//   tavrix_interface_bench --benchmark_repetitions=7 --benchmark_enable_random_interleaving=true
+//     --benchmark_report_aggregates_only=true
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "tavrix/tavrix.h"
+
+namespace {
+
+constexpr int kWidth = 4096, kHeight = 3072;
+constexpr std::size_t kPixels = std::size_t(kWidth) * kHeight;
+constexpr int kPadBytes = 64;  // a frame grabber's row alignment
+
+struct Frames {
+  std::vector<unsigned short> sixteen;
+  std::vector<unsigned char> eight;
+  Frames() : sixteen(kPixels), eight(kPixels) {
+    std::mt19937 rng(1);
+    for (std::size_t k = 0; k < kPixels; ++k) {
+      const unsigned v = (k % kWidth * 3 + k / kWidth * 2 + (rng() & 63)) % 4096;
+      sixteen[k] = static_cast<unsigned short>(v);
+      eight[k] = static_cast<unsigned char>(v >> 4);
+    }
+  }
+};
+const Frames &TheFrames() {
+  static const Frames frames;
+  return frames;
+}
+
+enum Output { k8To24, k16To48 };
+enum Shape { kClass, kPacked, kPadded };
+
+// range(0): algorithm, range(1): output, range(2): shape, range(3): threads.
+void BM_Demosaic(benchmark::State &state) {
+  const auto algorithm = static_cast<tavrix::Algorithm>(state.range(0));
+  const auto output = static_cast<Output>(state.range(1));
+  const auto shape = static_cast<Shape>(state.range(2));
+  const int threads = int(state.range(3));
+  const Frames &f = TheFrames();
+  const bool eight = output == k8To24;
+  const std::size_t inRow = kWidth * (eight ? 1 : 2), outRow = kWidth * (eight ? 3 : 6);
+  const std::size_t inStride = inRow + (shape == kPadded ? kPadBytes : 0);
+  const std::size_t outStride = outRow + (shape == kPadded ? kPadBytes : 0);
+  std::vector<unsigned char> in(inStride * kHeight), out(outStride * kHeight);
+  for (int r = 0; r < kHeight; ++r)
+    std::memcpy(&in[r * inStride],
+                eight ? static_cast<const void *>(&f.eight[std::size_t(r) * kWidth])
+                      : static_cast<const void *>(&f.sixteen[std::size_t(r) * kWidth]),
+                inRow);
+  tavrix::DemosaicOptions o;
+  o.origin = eOriginBG;
+  o.algorithm = algorithm;
+  o.bitDepth = 12;
+  o.parallel.threads = threads;
+  const tavrix::RawView raw{in.data(), kWidth, kHeight, std::ptrdiff_t(inStride),
+                            eight ? tavrix::SampleType::kMono8 : tavrix::SampleType::kMono16};
+  const tavrix::ColorView view(out.data(), kWidth, kHeight, std::ptrdiff_t(outStride),
+                               eight ? tavrix::PixelFormat::kBgr24 : tavrix::PixelFormat::kBgr48);
+  CBayerConverter conv;
+  conv.SetCalcMode(static_cast<eCalculationMode>(algorithm));
+  conv.SetPatternOrigin(eOriginBG);
+  const ISize size = {kWidth, kHeight};
+  CColorMatrix m;
+  for (auto _ : state) {
+    if (shape != kClass) {
+      if (!tavrix::Demosaic(raw, view, o).ok()) state.SkipWithError("refused");
+    } else if (eight) {
+      conv.ConvertMono8ToBGR(out.data(), size, in.data(), size, m);
+    } else {
+      conv.ConvertMono16ToBGR48(reinterpret_cast<unsigned short *>(out.data()), size,
+                                reinterpret_cast<const unsigned short *>(in.data()), size, 12, m);
+    }
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.counters["Mpix/s"] =
+      benchmark::Counter(double(kPixels) * state.iterations() / 1e6, benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_Demosaic)
+    ->ArgNames({"algorithm", "output", "shape", "threads"})
+    ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kClass}, {1}})
+    ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPacked}, {1, 2}})
+    ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPadded}, {1, 2}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+}  // namespace
+
+BENCHMARK_MAIN();
