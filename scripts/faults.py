@@ -27,15 +27,18 @@ import time
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
 # Test programs by subsystem (build directory paths). A fault in a subsystem can
-# change only its own programs and the tool's (the tool links the whole
-# library); programs of other subsystems do not link the code a fault changes.
+# change only its own programs and those of the layers over the whole library
+# (the interface and the tool); the other subsystems' programs do not link it.
 PROGRAMS = {
     "bayer": ["tests/bayer/tavrix_converter_test", "tests/bayer/tavrix_site_kernels_test"],
     "balance": ["tests/balance/tavrix_balance_tests"],
     "compress": ["tests/compress/tavrix_compress_tests"],
+    "formats": ["tests/formats/tavrix_formats_test"],
     "cpu": ["tests/cpu/tavrix_dispatch_test"],
+    "api": ["tests/api/tavrix_api_test"],
     "tools": ["tests/tools/tavrix_cli_tests"],
 }
+WHOLE_LIBRARY = ["api", "tools"]
 
 
 def subsystem_of(path):
@@ -52,7 +55,7 @@ def programs_for(path):
     own = subsystem_of(path)
     if own in (None, "cpu"):  # the dispatcher (or anything else) reaches every program
         return [p for s in PROGRAMS for p in PROGRAMS[s]]
-    return PROGRAMS[own] + ([] if own == "tools" else PROGRAMS["tools"])
+    return PROGRAMS[own] + [p for s in WHOLE_LIBRARY if s != own for p in PROGRAMS[s]]
 
 
 class Fault:
