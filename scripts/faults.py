@@ -157,7 +157,7 @@ def run_programs(build, programs, timeout):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    parser.add_argument("names", nargs="*", help="run only these faults")
+    parser.add_argument("names", nargs="*", help="run only these faults, in this order")
     parser.add_argument("--list", default=os.path.join(ROOT, "scripts", "faults.list"))
     parser.add_argument("--build-dir", help="default build-faults (build-faults-sanitize)")
     parser.add_argument("--sanitize", action="store_true", help="ASan + UBSan build")
@@ -173,7 +173,8 @@ def main():
         unknown = set(args.names) - {f.name for f in faults}
         if unknown:
             sys.exit("unknown faults: " + ", ".join(sorted(unknown)))
-        faults = [f for f in faults if f.name in args.names]
+        by_name = {f.name: f for f in faults}
+        faults = [by_name[name] for name in dict.fromkeys(args.names)]  # in the order given
     if args.check:
         stale = [f for f in faults if count_in_file(f) != 1]
         for fault in stale:
