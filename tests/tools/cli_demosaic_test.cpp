@@ -157,6 +157,7 @@ TEST_F(DemosaicTest, DecimationKeepsEveryNthColumnAndRow) {
       {"even factor: rows 0, 2, ..., 10", 16, 12, 8, 2, 8, 6},
       {"odd factor: only rows that are multiples of 6", 24, 20, 8, 3, 8, 4},
       {"width 20 / 3 rounded down to even", 20, 8, 8, 3, 6, 2},
+      {"width 20 / 4 = 5 rounded down to even", 20, 8, 8, 4, 4, 2},
       {"16-bit samples", 16, 12, 12, 2, 8, 6},
       {"factor 1 changes nothing", 16, 12, 8, 1, 16, 12},
   };
