@@ -9,6 +9,7 @@
 #include "auto_balance.h"
 #include "cli.h"
 #include "image_files.h"
+#include "sensor_input.h"
 
 namespace tavrix::cli {
 
@@ -20,11 +21,16 @@ Turns a raw Bayer mosaic into a colour image.
 IN is a binary PGM (P5; maxval up to 255 gives 8-bit samples, above 255
 16-bit samples, and the maxval gives the bit depth unless --bits says
 otherwise) or, with --width, --height and --bits, a headerless file of
-samples: bytes when --bits is 8, little-endian 16-bit words for 9..16.
+samples: bytes when --bits is 8, little-endian 16-bit words for 9..16,
+or the camera layout --packing names.
 OUT is .png (8 or 16 bits per channel), .ppm or .pam, by its extension.
 
 Options:
-  --pattern GB|GR|BG|RG    colours of the first row (default GB)
+  --pattern NAME           the Bayer phase (default GB): the first row's colours
+                           (GB, GR, BG, RG), CFA letters (RGGB), OpenCV codes
+                           (COLOR_BayerBG2BGR), V4L2 (SRGGB10P, pRAA), GenICam
+                           (BayerRG12p), DNG (0112) or dcraw (0x94949494) names;
+                           a name with a layout (SRGGB10P) also sets --packing
   --algorithm NAME         fast | bilinear | laplacian1 | laplacian2 (default fast)
   --output RECORD          bgr24: 8 bits per channel (default for 8-bit samples)
                            bgr48: the sensor's own scale (default for 16-bit samples)
@@ -41,6 +47,11 @@ Options:
   --crop X,Y,W,H           write only this region of the result
   --width W --height H --bits B
                            the geometry of a headerless raw IN
+  --packing NAME           the layout of a headerless raw IN: raw10 | raw12 | raw14
+                           (MIPI CSI-2) | mono10p | mono12p (GenICam) | mono12packed
+                           (GigE Vision) | msb16 (words with the sample in the high
+                           bits) | be16 (big-endian words) | plain8 | plain16;
+                           the packed layouts fix --bits
   --bits B                 with a PGM: the significant bits of its samples
   --format png|ppm|pam     type of the files written into --out-dir (default png)
   --out-dir DIR            several inputs: write DIR/NAME.png for each IN
@@ -59,6 +70,7 @@ pixels for the others) are black.
 Examples:
   tavrix demosaic frame.pgm frame.png --pattern RG --algorithm laplacian2
   tavrix demosaic dump.raw dump.png --width 1280 --height 960 --bits 12 --pattern BG
+  tavrix demosaic csi.raw csi.png --width 4056 --height 3040 --pattern SRGGB12P
   tavrix demosaic *.pgm --out-dir developed --auto-balance grayworld
 )";
 
@@ -68,9 +80,8 @@ const std::vector<OptionRule> kOptions = {
     {"--pattern", true}, {"--algorithm", true}, {"--output", true},       {"--balance", true},
     {"--correct", false}, {"--matrix", true},   {"--decimate", true},     {"--auto-balance", true},
     {"--crop", true},    {"--width", true},     {"--height", true},       {"--bits", true},
-    {"--format", true}};
+    {"--format", true},  {"--packing", true}};
 
-const ePatternOrigin kOrigins[] = {eOriginGB, eOriginGR, eOriginBG, eOriginRG};
 const eCalculationMode kModes[] = {eFastBilinear, eBilinear, eLaplacian1, eLaplacian2};
 enum class Record { kBgr24, kBgrx32, kBgr48 };
 const char *const kRecordNames[] = {"bgr24", "bgrx32", "bgr48"};
@@ -82,7 +93,7 @@ constexpr int kMaxOffset = 255;  // beyond it every value saturates anyway
 
 // Everything the command line fixes, checked before any file is read.
 struct Settings {
-  ePatternOrigin origin = eOriginGB;
+  SensorFormat sensor;
   eCalculationMode mode = eFastBilinear;
   bool recordGiven = false;
   Record record = Record::kBgr24;
@@ -103,7 +114,7 @@ struct Settings {
 
 Settings ReadSettings(const Arguments &a) {
   Settings s;
-  if (a.Has("--pattern")) s.origin = kOrigins[a.Choice("--pattern", {"GB", "GR", "BG", "RG"})];
+  s.sensor = ReadSensorFormat(a);
   if (a.Has("--algorithm"))
     s.mode = kModes[a.Choice("--algorithm", {"fast", "bilinear", "laplacian1", "laplacian2"})];
   if (a.Has("--output")) {
@@ -144,13 +155,17 @@ Settings ReadSettings(const Arguments &a) {
     if (s.cropBox[2] == 0 || s.cropBox[3] == 0) a.Refuse("--crop " + a.Value("--crop") + ": empty region");
   }
   s.raw = a.Has("--width") || a.Has("--height");
+  if (s.sensor.packingGiven && !s.raw)
+    a.Refuse("--packing applies to a headerless raw input: give --width and --height");
+  if (!s.raw) s.sensor.packing.reset();  // a PGM says its own sample format
   if (s.raw) {
-    if (!a.Has("--width") || !a.Has("--height") || !a.Has("--bits"))
+    if (!a.Has("--width") || !a.Has("--height") || (!a.Has("--bits") && !s.sensor.packing))
       a.Refuse("a headerless raw input needs --width, --height and --bits together");
     s.rawWidth = a.Integer("--width", 1, kMaxSide);
     s.rawHeight = a.Integer("--height", 1, kMaxSide);
   }
   if (a.Has("--bits")) s.bits = a.Integer("--bits", 8, 16);
+  if (s.raw) s.bits = HeaderlessBits(a, s.sensor, s.bits, s.rawWidth);
   if (a.Has("--format") && !a.Has("--out-dir")) a.Refuse("--format applies to --out-dir only");
   s.replace = a.Has("--force");
   s.quiet = a.Has("--quiet");
@@ -161,8 +176,11 @@ files::GreyImage LoadMosaic(const std::string &path, const Settings &s) {
   files::GreyImage mosaic;
   std::string error;
   if (s.raw) {
-    if (!files::ReadRawMosaic(path, s.rawWidth, s.rawHeight, s.bits, mosaic, error))
-      throw Failure(path, error);
+    const bool read = s.sensor.packing ? ReadPackedMosaic(path, s.rawWidth, s.rawHeight, s.bits,
+                                                          *s.sensor.packing, mosaic, error)
+                                       : files::ReadRawMosaic(path, s.rawWidth, s.rawHeight,
+                                                              s.bits, mosaic, error);
+    if (!read) throw Failure(path, error);
     return mosaic;
   }
   if (!files::ReadPgm(path, mosaic, error)) {
@@ -382,7 +400,7 @@ int DemosaicCommand(const std::vector<std::string> &args) {
       TasksOf(a, [&](const std::string &name) { return ReplaceExtension(name, extension); });
 
   auto conv = std::make_unique<CBayerConverter>();  // ~400 KB of tables: one for all frames
-  conv->SetPatternOrigin(s.origin);
+  conv->SetPatternOrigin(s.sensor.origin);
   conv->SetCalcMode(s.mode);
   conv->SetSampleFactor(s.decimate);
   conv->SetColorBalance(s.offsets[0], s.offsets[1], s.offsets[2]);

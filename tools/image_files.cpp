@@ -29,6 +29,8 @@ int BitsOf(unsigned maxval) {
   return bits;
 }
 
+}  // namespace
+
 bool ReadWholeFile(const std::string &path, std::vector<std::uint8_t> &bytes, std::string &error) {
   struct stat info;
   if (stat(path.c_str(), &info) != 0) {
@@ -51,6 +53,8 @@ bool ReadWholeFile(const std::string &path, std::vector<std::uint8_t> &bytes, st
   }
   return true;
 }
+
+namespace {
 
 // The header of a binary PPM or PGM: magic, then width, height and maxval as
 // decimal numbers separated by whitespace and # comments, then one whitespace byte.

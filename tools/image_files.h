@@ -66,6 +66,9 @@ bool ReadPgm(const std::string &path, GreyImage &image, std::string &error);
 bool ReadRawMosaic(const std::string &path, int width, int height, int bits, GreyImage &image,
                    std::string &error);
 
+// The whole of a regular file.
+bool ReadWholeFile(const std::string &path, std::vector<std::uint8_t> &bytes, std::string &error);
+
 }  // namespace tavrix::files
 
 #endif

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <type_traits>
 
+#include "bayer/kernels/plane_kernels.h"
+#include "bayer/kernels/site_pass.h"
 #include "bayer/lut_rules.h"
 #include "bayer/walk_limits.h"
 #include "tavrix/bayer_converter.h"
@@ -78,6 +80,8 @@ void CBayerConverter::Convert(Record *output, const ISize &outSize, const Sample
   constexpr bool kBGRx = std::is_same<Record, BGRxTRIPLE>::value;
   if (!IsBayerFrame(inSize)) return;
   if (kBGRx && (!IsBayerFrame(outSize) || m_sampleFactor < 1)) return;
+  const PlaneLuts luts{m_blueLUT, m_greenLUT, m_redLUT};
+  const PlaneContext context = TAVRIX_PLANE_CONTEXT;
 
   switch (m_calcMode) {
     case eFastBilinear: {
@@ -108,27 +112,33 @@ void CBayerConverter::Convert(Record *output, const ISize &outSize, const Sample
       }
       return;  // the corrected kernels already applied the matrix
     }
-    case eBilinear:
+    case eBilinear: {
       // Some 32-bit cases decimate through a position counter into a smaller output.
-      if (!BilinearWalksFit(outSize, inSize, kBGRx ? m_sampleFactor : 1, m_patternOrigin,
+      const int factor = kBGRx ? m_sampleFactor : 1;
+      if (!BilinearWalksFit(outSize, inSize, factor, m_patternOrigin,
                             std::is_same<Sample, Mono16>::value))
         return;
+      if (factor == 1 && outSize.width == inSize.width) {
+        // One walk: the three passes are independent and run row by row.
+        BilinearRows(ConverterFrame<1>(output, outSize, input, inSize), luts, context,
+                     WholeFrame(inSize.height, kBilinearStages));
+        break;
+      }
+      // A wider output places each pass differently; decimation counts across rows.
       ProcessBilinearBluePixel(output, outSize, input, inSize, m_blueLUT);
       ProcessBilinearRedPixel(output, outSize, input, inSize, m_redLUT);
       ProcessBilinearGreenPixel(output, outSize, input, inSize, m_greenLUT);
       break;
+    }
     case eLaplacian1:
       if (!CoversInput(outSize, inSize)) return;
-      ProcessLaplacian1GreenPixel(output, outSize, input, inSize, m_blueLUT, m_greenLUT, m_redLUT);
-      ProcessLaplacian1BluePixel(output, outSize, input, inSize, m_blueLUT, m_greenLUT, m_redLUT);
-      ProcessLaplacian1RedPixel(output, outSize, input, inSize, m_blueLUT, m_greenLUT, m_redLUT);
+      Laplacian1Rows(ConverterFrame<2>(output, outSize, input, inSize), luts, context,
+                     WholeFrame(inSize.height, kLaplacian1Stages));
       break;
     case eLaplacian2:
       if (!CoversInput(outSize, inSize)) return;
-      ProcessLaplacian2GreenPixel(output, outSize, input, inSize, m_blueLUT, m_greenLUT, m_redLUT);
-      ProcessLaplacian2BRFromGreen(output, outSize, input, inSize, m_blueLUT, m_greenLUT,
-                                   m_redLUT);
-      ProcessLaplacian2BRFromRB(output, outSize, input, inSize, m_blueLUT, m_greenLUT, m_redLUT);
+      Laplacian2Rows(ConverterFrame<2>(output, outSize, input, inSize), luts, context,
+                     WholeFrame(inSize.height, kLaplacian2Stages));
       break;
     default:
       return;

@@ -318,7 +318,7 @@ TEST_F(DemosaicTest, BadInputIsRefusedWithItsReason) {
       {"demosaic good.pgm out.ppm --crop 10,0,7,1", "good.pgm", "--crop 10,0,7,1 reaches outside the 16 x 12 result"},
       {"demosaic good.pgm out.jpg", "out.jpg", "unknown image type: name it .png, .ppm or .pam"},
       {"demosaic good.pgm nowhere/out.ppm", "nowhere/out.ppm", "folder nowhere does not exist"},
-      {"demosaic good.pgm out.ppm --pattern XY", "demosaic", "--pattern XY: expected GB, GR, BG or RG"},
+      {"demosaic good.pgm out.ppm --pattern XY", "demosaic", "--pattern: unknown Bayer pattern name \"XY\""},
       {"demosaic good.pgm out.ppm --algorithm best", "demosaic", "--algorithm best: expected fast, bilinear, laplacian1 or laplacian2"},
       {"demosaic good.pgm out.ppm --output rgb", "demosaic", "--output rgb: expected bgr24, bgrx32 or bgr48"},
       {"demosaic good.pgm out.ppm --auto-balance magic", "demosaic", "--auto-balance magic: expected grayworld"},

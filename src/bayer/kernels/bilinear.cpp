@@ -143,14 +143,19 @@ struct SitePass {
     if constexpr (kMarks) Store::MarkWritten(px);
   }
 
-  // Every site of the interior, pixel (r, c) for site (r, c).
+  // One row of the interior, pixel (r, c) for site (r, c).
+  static void Row(const SiteFrame<Record, Sample> &frame, int r, const std::uint16_t *lut,
+                  const Math &math) {
+    const std::ptrdiff_t w = frame.inStride / std::ptrdiff_t(sizeof(Sample));
+    WalkSiteRow<kMargin>(frame, r, [&](auto row, auto column, const Sample *p, Record *o) {
+      Put<decltype(row)::value, decltype(column)::value>(*o, p, w, lut, math);
+    });
+  }
+
   static void Full(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
                    const std::uint16_t *lut, const Math &math) {
-    const std::ptrdiff_t w = inSize.width;
-    WalkInterior<kMargin>(out, outSize, in, inSize,
-                          [&](auto row, auto column, const Sample *p, Record *o) {
-                            Put<decltype(row)::value, decltype(column)::value>(*o, p, w, lut, math);
-                          });
+    const SiteFrame<Record, Sample> frame = ConverterFrame<kMargin>(out, outSize, in, inSize);
+    for (int r = 0; r < frame.height; ++r) Row(frame, r, lut, math);
   }
 
   // Every factor-th position at stride `step` from p, packed at stride `outStep`.
@@ -223,7 +228,38 @@ struct BilinearFamily {
   using Pass = SitePass<kPass, kOrigin, Record, Sample>;
 };
 
+// The three passes write one channel each and read only the mosaic: one stage,
+// all three done row by row.
+template <int kOrigin, class Record, class Sample>
+struct BilinearBand {
+  template <BilinearPass kPass>
+  using Pass = SitePass<kPass, kOrigin, Record, Sample>;
+
+  static void Band(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                   const PlaneContext &context, const SiteBand &band) {
+    using Blue = Pass<BilinearPass::kBlue>;
+    using Red = Pass<BilinearPass::kRed>;
+    using Green = Pass<BilinearPass::kGreen>;
+    const typename Blue::Math blue(context.outputShift);
+    const typename Red::Math red(context.outputShift);
+    const typename Green::Math green(context.outputShift);
+    WalkBand(band, frame.height, [&](int, int r) {
+      Blue::Row(frame, r, luts.blue, blue);
+      Red::Row(frame, r, luts.red, red);
+      Green::Row(frame, r, luts.green, green);
+    });
+  }
+};
+
+struct BilinearBands {
+  template <int kOrigin, class Record, class Sample>
+  using Pass = BilinearBand<kOrigin, Record, Sample>;
+};
+
 }  // namespace
+
+TAVRIX_DEFINE_BAND_ENTRY(BilinearRows, BilinearBands)
+
 }  // namespace tavrix::detail
 
 namespace {

@@ -7,6 +7,7 @@
 //                  decimating thins rows only: every column of a producing row is written
 //   24-bit output: arithmetic shift by the depth shift, then clamp 0..255
 //   48-bit output: clamp 0..2^bit depth - 1
+#include "bayer/kernels/band_walk.h"
 #include "bayer/kernels/line_walk.h"
 #include "bayer/numeric.h"
 
@@ -33,7 +34,7 @@ struct CorrectedStoreBase {
   }
   // The converter keeps the table values of the last pixel processed.
   ~CorrectedStoreBase() {
-    if (!wrote) return;
+    if (!wrote || workPixel == nullptr) return;
     workPixel[0] = std::uint16_t(last.blue);
     workPixel[1] = std::uint16_t(last.green);
     workPixel[2] = std::uint16_t(last.red);
@@ -52,20 +53,24 @@ inline std::uint8_t ClampByte(int v) { return std::uint8_t(v >= 256 ? 255 : (v <
 template <>
 struct CorrectedStore<CBayerConverter::BGRxTRIPLE> : CorrectedStoreBase {
   static constexpr Columns kColumns = Columns::kDecimateRows;
+  static constexpr std::ptrdiff_t kBytes = 4;
   using CorrectedStoreBase::CorrectedStoreBase;
-  void operator()(CBayerConverter::BGRxTRIPLE &px, TableValues v) {
+  void operator()(std::uint8_t *o, TableValues v) {
     const Corrected c = Multiply(v);
-    px = {ClampByte(c.blue), ClampByte(c.green), ClampByte(c.red), 0};
+    StoreRecord(o, CBayerConverter::BGRxTRIPLE{ClampByte(c.blue), ClampByte(c.green),
+                                               ClampByte(c.red), 0});
   }
 };
 
 template <>
 struct CorrectedStore<tagRGBTRIPLE> : CorrectedStoreBase {
   static constexpr Columns kColumns = Columns::kAll;
+  static constexpr std::ptrdiff_t kBytes = 3;
   explicit CorrectedStore(const LineContext &c) : CorrectedStoreBase(c), shift(c.depthShift) {}
-  void operator()(tagRGBTRIPLE &px, TableValues v) {
+  void operator()(std::uint8_t *o, TableValues v) {
     const Corrected c = Multiply(v);
-    px = {ClampByte(c.blue >> shift), ClampByte(c.green >> shift), ClampByte(c.red >> shift)};
+    StoreRecord(o, tagRGBTRIPLE{ClampByte(c.blue >> shift), ClampByte(c.green >> shift),
+                                ClampByte(c.red >> shift)});
   }
   int shift;
 };
@@ -73,31 +78,42 @@ struct CorrectedStore<tagRGBTRIPLE> : CorrectedStoreBase {
 template <>
 struct CorrectedStore<CBayerConverter::RGBTRIPLE16> : CorrectedStoreBase {
   static constexpr Columns kColumns = Columns::kAll;
+  static constexpr std::ptrdiff_t kBytes = 6;
   explicit CorrectedStore(const LineContext &c)
       : CorrectedStoreBase(c), max(int((1u << c.bitDepth) - 1)) {}
   std::uint16_t Limit(int v) const { return std::uint16_t(v > max ? max : (v < 0 ? 0 : v)); }
-  void operator()(CBayerConverter::RGBTRIPLE16 &px, TableValues v) {
+  void operator()(std::uint8_t *o, TableValues v) {
     const Corrected c = Multiply(v);
-    px = {Limit(c.blue), Limit(c.green), Limit(c.red)};
+    StoreRecord(o, CBayerConverter::RGBTRIPLE16{Limit(c.blue), Limit(c.green), Limit(c.red)});
   }
   int max;
 };
 
-template <RowKind kKind, class Record, class Sample>
-void CorrectedLines(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                    unsigned startRow, const Luts &lut, const LineContext &context) {
-  CorrectedStore<Record> store(context);  // records the last pixel when it goes
-  auto put = [&store](Record &px, TableValues v) { store(px, v); };
-  WalkLines<kKind, CorrectedStore<Record>::kColumns>(out, outSize, in, inSize, startRow,
-                                                      context.sampleFactor, lut, put);
+// The store records the last pixel in the converter's work pixel when it goes.
+template <class Record, class Row>
+void Corrected(const FastPassJob &job) {
+  CorrectedStore<Record> store(job.context);
+  WalkBand<CorrectedStore<Record>::kColumns, Row>(job, store);
 }
 
 }  // namespace
+
+void RunCorrectedPass(const FastPassJob &job) {
+  using Bytes = const std::uint8_t *;
+  switch (job.variant) {
+    case PassVariant::k24From8: return Corrected<tagRGBTRIPLE, Bytes>(job);
+    case PassVariant::k32From8: return Corrected<CBayerConverter::BGRxTRIPLE, Bytes>(job);
+    case PassVariant::k24From16: return Corrected<tagRGBTRIPLE, Words>(job);
+    case PassVariant::k32From16: return Corrected<CBayerConverter::BGRxTRIPLE, Words>(job);
+    case PassVariant::k48From16: return Corrected<CBayerConverter::RGBTRIPLE16, Words>(job);
+  }
+}
+
 }  // namespace tavrix::detail
 
-using tavrix::detail::CorrectedLines;
+using tavrix::detail::LineFamily;
 using tavrix::detail::RowKind;
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearBGLinesCorrection, RowKind::kBG, CorrectedLines)
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGBLinesCorrection, RowKind::kGB, CorrectedLines)
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGRLinesCorrection, RowKind::kGR, CorrectedLines)
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearRGLinesCorrection, RowKind::kRG, CorrectedLines)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearBGLinesCorrection, RowKind::kBG, LineFamily::kCorrected)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGBLinesCorrection, RowKind::kGB, LineFamily::kCorrected)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGRLinesCorrection, RowKind::kGR, LineFamily::kCorrected)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearRGLinesCorrection, RowKind::kRG, LineFamily::kCorrected)

@@ -3,7 +3,9 @@
 //   32-bit output: low byte of each entry, fourth byte 0, decimates by the sample factor
 //   24-bit output: low byte of (entry >> depth shift)
 //   48-bit output: entry limited to 2^bit depth - 1
+#include "bayer/kernels/band_walk.h"
 #include "bayer/kernels/line_walk.h"
+#include "bayer/kernels/simd/line_bodies.h"
 
 namespace tavrix::detail {
 namespace {
@@ -14,19 +16,22 @@ struct PlainStore;
 template <>
 struct PlainStore<CBayerConverter::BGRxTRIPLE> {
   static constexpr Columns kColumns = Columns::kDecimate;
+  static constexpr std::ptrdiff_t kBytes = 4;
   explicit PlainStore(const LineContext &) {}
-  void operator()(CBayerConverter::BGRxTRIPLE &px, TableValues v) const {
-    px = {std::uint8_t(v.blue), std::uint8_t(v.green), std::uint8_t(v.red), 0};
+  void operator()(std::uint8_t *o, TableValues v) const {
+    StoreRecord(o, CBayerConverter::BGRxTRIPLE{std::uint8_t(v.blue), std::uint8_t(v.green),
+                                               std::uint8_t(v.red), 0});
   }
 };
 
 template <>
 struct PlainStore<tagRGBTRIPLE> {
   static constexpr Columns kColumns = Columns::kAll;
+  static constexpr std::ptrdiff_t kBytes = 3;
   explicit PlainStore(const LineContext &c) : shift(c.depthShift) {}
-  void operator()(tagRGBTRIPLE &px, TableValues v) const {
-    px = {std::uint8_t(v.blue >> shift), std::uint8_t(v.green >> shift),
-          std::uint8_t(v.red >> shift)};
+  void operator()(std::uint8_t *o, TableValues v) const {
+    StoreRecord(o, tagRGBTRIPLE{std::uint8_t(v.blue >> shift), std::uint8_t(v.green >> shift),
+                                std::uint8_t(v.red >> shift)});
   }
   int shift;
 };
@@ -34,28 +39,42 @@ struct PlainStore<tagRGBTRIPLE> {
 template <>
 struct PlainStore<CBayerConverter::RGBTRIPLE16> {
   static constexpr Columns kColumns = Columns::kAll;
+  static constexpr std::ptrdiff_t kBytes = 6;
   explicit PlainStore(const LineContext &c) : max((1u << c.bitDepth) - 1) {}
-  void operator()(CBayerConverter::RGBTRIPLE16 &px, TableValues v) const {
-    px = {std::uint16_t(v.blue > max ? max : v.blue), std::uint16_t(v.green > max ? max : v.green),
-          std::uint16_t(v.red > max ? max : v.red)};
+  void operator()(std::uint8_t *o, TableValues v) const {
+    StoreRecord(o, CBayerConverter::RGBTRIPLE16{std::uint16_t(v.blue > max ? max : v.blue),
+                                                std::uint16_t(v.green > max ? max : v.green),
+                                                std::uint16_t(v.red > max ? max : v.red)});
   }
   unsigned max;
 };
 
-template <RowKind kKind, class Record, class Sample>
-void FastLines(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-               unsigned startRow, const Luts &lut, const LineContext &context) {
-  PlainStore<Record> put(context);
-  WalkLines<kKind, PlainStore<Record>::kColumns>(out, outSize, in, inSize, startRow,
-                                                  context.sampleFactor, lut, put);
+template <class Record, class Row>
+void Plain(const FastPassJob &job) {
+  PlainStore<Record> put(job.context);
+  VectorLineArgs args;
+  const RowBody *bodies = ChooseLineBodies(job, args);
+  WalkBand<PlainStore<Record>::kColumns, Row>(job, put, bodies, &args);
 }
 
 }  // namespace
+
+void RunPlainPass(const FastPassJob &job) {
+  using Bytes = const std::uint8_t *;
+  switch (job.variant) {
+    case PassVariant::k24From8: return Plain<tagRGBTRIPLE, Bytes>(job);
+    case PassVariant::k32From8: return Plain<CBayerConverter::BGRxTRIPLE, Bytes>(job);
+    case PassVariant::k24From16: return Plain<tagRGBTRIPLE, Words>(job);
+    case PassVariant::k32From16: return Plain<CBayerConverter::BGRxTRIPLE, Words>(job);
+    case PassVariant::k48From16: return Plain<CBayerConverter::RGBTRIPLE16, Words>(job);
+  }
+}
+
 }  // namespace tavrix::detail
 
-using tavrix::detail::FastLines;
+using tavrix::detail::LineFamily;
 using tavrix::detail::RowKind;
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearBGLines, RowKind::kBG, FastLines)
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGBLines, RowKind::kGB, FastLines)
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGRLines, RowKind::kGR, FastLines)
-TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearRGLines, RowKind::kRG, FastLines)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearBGLines, RowKind::kBG, LineFamily::kPlain)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGBLines, RowKind::kGB, LineFamily::kPlain)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearGRLines, RowKind::kGR, LineFamily::kPlain)
+TAVRIX_DEFINE_LINE_KERNEL(ProcessBilinearRGLines, RowKind::kRG, LineFamily::kPlain)

@@ -30,7 +30,7 @@ namespace {
 
 inline short S16(unsigned v) { return Cut16(int(v)); }
 
-template <Channel kTarget, int kOrigin, class Record, class Sample>
+template <int kOrigin, class Record, class Sample>
 struct Laplacian1Pass {
   using Store = SiteStore<Record>;
 
@@ -39,6 +39,7 @@ struct Laplacian1Pass {
            : colour == SiteColour::kBlue ? luts.blue
                                          : luts.green;
   }
+  template <Channel kTarget>
   static constexpr SiteColour kTargetColour =
       kTarget == Channel::kRed ? SiteColour::kRed : SiteColour::kBlue;
 
@@ -60,54 +61,95 @@ struct Laplacian1Pass {
   }
 
   // Red or blue plane; kRowHoldsTarget: at a green site, whether the target
-  // colour lies left and right (else above and below).
-  template <SiteColour kSite, bool kRowHoldsTarget>
-  static void RedOrBlue(const Sample *s, Record *o, std::ptrdiff_t w, const PlaneLuts &luts,
-                        const Store &store) {
-    const std::uint16_t *t = TableOf(kTargetColour, luts);
-    auto green = [o](std::ptrdiff_t k) { return S16(Store::template Read<Channel::kGreen>(o[k])); };
+  // colour lies left and right (else above and below). `ow`: output row pitch
+  // in bytes.
+  template <Channel kTarget, SiteColour kSite, bool kRowHoldsTarget>
+  static void RedOrBlue(const Sample *s, Record *o, std::ptrdiff_t w, std::ptrdiff_t ow,
+                        const PlaneLuts &luts, const Store &store) {
+    constexpr SiteColour kColour = kTargetColour<kTarget>;
+    const std::uint16_t *t = TableOf(kColour, luts);
+    auto green = [o](std::ptrdiff_t bytes) {
+      return S16(Store::template Read<Channel::kGreen>(*Shift(o, bytes)));
+    };
+    constexpr std::ptrdiff_t kPx = sizeof(Record);
     auto &channel = Store::template At<kTarget>(*o);
-    if constexpr (kSite == kTargetColour) {
+    if constexpr (kSite == kColour) {
       channel = store.Own(t[s[0]]);
     } else if constexpr (kSite == SiteColour::kGreen) {
       const std::ptrdiff_t d = kRowHoldsTarget ? 1 : w;
+      const std::ptrdiff_t od = kRowHoldsTarget ? kPx : ow;
       const short mean = Bilinear(S16(t[s[-d]]), S16(t[s[d]]));
-      channel = store.Laplacian1(mean + Laplacian1(green(0), green(-d), green(d)));
+      channel = store.Laplacian1(mean + Laplacian1(green(0), green(-od), green(od)));
     } else {
       const short mean =
           Bilinear(S16(t[s[-w - 1]]), S16(t[s[-w + 1]]), S16(t[s[w - 1]]), S16(t[s[w + 1]]));
-      const short laplacian = Laplacian1(green(0), green(-w), green(-1), green(1), green(w));
+      const short laplacian = Laplacian1(green(0), green(-ow), green(-kPx), green(kPx), green(ow));
       channel = store.Laplacian1(mean + 2 * laplacian);
     }
     Store::MarkWritten(*o);
   }
 
+  template <Channel kTarget>
+  static void Row(const SiteFrame<Record, Sample> &frame, int r, const PlaneLuts &luts,
+                  const Store &store) {
+    const std::ptrdiff_t w = frame.inStride / std::ptrdiff_t(sizeof(Sample));
+    const std::ptrdiff_t ow = frame.outStride;
+    WalkSiteRow<2>(frame, r, [&](auto row, auto column, const Sample *s, Record *o) {
+      constexpr int kRow = decltype(row)::value, kColumn = decltype(column)::value;
+      constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
+      if constexpr (kTarget == Channel::kGreen) {
+        Green<kSite>(s, *o, w, luts, store);
+      } else {
+        // The colour beside a green site is the row's other colour.
+        constexpr bool kRowHoldsTarget =
+            ColourAt(kOrigin, kRow, 1 - kColumn) == kTargetColour<kTarget>;
+        RedOrBlue<kTarget, kSite, kRowHoldsTarget>(s, o, w, ow, luts, store);
+      }
+    });
+  }
+
+  // Stage 0 is green, stage 1 blue then red (each reads only the greens of
+  // rows r-1..r+1, so stage 1 runs kSiteStageLag (1) row behind stage 0).
+  static void Band(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                   const PlaneContext &context, const SiteBand &band) {
+    const Store store(context.depthShift);
+    WalkBand(band, frame.height, [&](int stage, int r) {
+      if (stage == 0) return Row<Channel::kGreen>(frame, r, luts, store);
+      Row<Channel::kBlue>(frame, r, luts, store);
+      Row<Channel::kRed>(frame, r, luts, store);
+    });
+  }
+
+  // The converter's whole-frame pass of one plane.
+  template <Channel kTarget>
   static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
                   const PlaneLuts &luts, const PlaneContext &context) {
     const Store store(context.depthShift);
-    const std::ptrdiff_t w = inSize.width;
-    WalkInterior<2>(
-        out, outSize, in, inSize, [&](auto row, auto column, const Sample *s, Record *o) {
-          constexpr int kRow = decltype(row)::value, kColumn = decltype(column)::value;
-          constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
-          if constexpr (kTarget == Channel::kGreen) {
-            Green<kSite>(s, *o, w, luts, store);
-          } else {
-            // The colour beside a green site is the row's other colour.
-            constexpr bool kRowHoldsTarget = ColourAt(kOrigin, kRow, 1 - kColumn) == kTargetColour;
-            RedOrBlue<kSite, kRowHoldsTarget>(s, o, w, luts, store);
-          }
-        });
+    const SiteFrame<Record, Sample> frame = ConverterFrame<2>(out, outSize, in, inSize);
+    for (int r = 0; r < frame.height; ++r) Row<kTarget>(frame, r, luts, store);
   }
+};
+
+struct Laplacian1Bands {
+  template <int kOrigin, class Record, class Sample>
+  using Pass = Laplacian1Pass<kOrigin, Record, Sample>;
 };
 
 template <Channel kTarget>
 struct Laplacian1Family {
   template <int kOrigin, class Record, class Sample>
-  using Pass = Laplacian1Pass<kTarget, kOrigin, Record, Sample>;
+  struct Pass {
+    template <class... Args>
+    static void Run(Args &&...args) {
+      Laplacian1Pass<kOrigin, Record, Sample>::template Run<kTarget>(args...);
+    }
+  };
 };
 
 }  // namespace
+
+TAVRIX_DEFINE_BAND_ENTRY(Laplacian1Rows, Laplacian1Bands)
+
 }  // namespace tavrix::detail
 
 namespace {

@@ -26,8 +26,11 @@
 // 48-bit stores both unshifted and unclamped. Table values are taken as signed
 // 16-bit numbers; samples index the tables unsigned.
 #include "bayer/kernels/plane_kernels.h"
+#include "bayer/kernels/simd/site_fast.h"
 #include "bayer/kernels/site_helpers.h"
 #include "bayer/kernels/store_policy.h"
+#include "bayer/walk_limits.h"
+#include "cpu/dispatch.h"
 
 namespace tavrix::detail {
 namespace {
@@ -72,6 +75,7 @@ inline short ChooseOfThree(int center, int ref1, int ref2, int base1, int base2,
   return Laplacian2(t, 3, thresholds);
 }
 
+// The three stages, in the order they run (stage numbers of site_pass.h).
 enum class Stage { kGreen, kFromGreen, kFromRedBlue };
 
 constexpr Channel ChannelOf(SiteColour c) {
@@ -80,14 +84,17 @@ constexpr Channel ChannelOf(SiteColour c) {
                                   : Channel::kGreen;
 }
 
-template <Stage kStage, int kOrigin, class Record, class Sample>
+template <int kOrigin, class Record, class Sample>
 struct Laplacian2Pass {
   using Store = SiteStore<Record>;
 
+  // A site: its sample, its pixel, the input row pitch in samples and the
+  // output row pitch in bytes.
   struct Site {
     const Sample *s;
     Record *o;
     std::ptrdiff_t w;
+    std::ptrdiff_t ow;
   };
 
   static const std::uint16_t *TableOf(SiteColour colour, const PlaneLuts &luts) {
@@ -113,11 +120,12 @@ struct Laplacian2Pass {
     return ChooseOfEleven(Signed(own[s[0]]), far, near, thresholds);
   }
 
-  // Pass 2: the colour lying `d` positions away on both sides of a green site.
-  static short SideEstimate(const Site &at, std::ptrdiff_t d, const std::uint16_t *table,
-                            const int *thresholds) {
-    return ChooseOfThree(Stored<Channel::kGreen>(at.o[0]), Stored<Channel::kGreen>(at.o[-d]),
-                         Stored<Channel::kGreen>(at.o[d]), Signed(table[at.s[-d]]),
+  // Pass 2: the colour lying `d` samples (`od` output bytes) away on both sides
+  // of a green site.
+  static short SideEstimate(const Site &at, std::ptrdiff_t d, std::ptrdiff_t od,
+                            const std::uint16_t *table, const int *thresholds) {
+    return ChooseOfThree(Stored<Channel::kGreen>(*at.o), Stored<Channel::kGreen>(*Shift(at.o, -od)),
+                         Stored<Channel::kGreen>(*Shift(at.o, od)), Signed(table[at.s[-d]]),
                          Signed(table[at.s[d]]), thresholds);
   }
 
@@ -129,12 +137,12 @@ struct Laplacian2Pass {
     const std::ptrdiff_t w = at.w;
     const std::uint16_t *g = luts.green;
     const Compass greens{Signed(g[s[-w]]), Signed(g[s[1]]), Signed(g[s[w]]), Signed(g[s[-1]])};
-    const Compass stored{Stored<kOpposite>(o[-w]), Stored<kOpposite>(o[1]), Stored<kOpposite>(o[w]),
-                         Stored<kOpposite>(o[-1])};
+    const Compass stored{Stored<kOpposite>(*Shift(o, -at.ow)), Stored<kOpposite>(o[1]),
+                         Stored<kOpposite>(*Shift(o, at.ow)), Stored<kOpposite>(o[-1])};
     return ChooseOfEleven(Stored<Channel::kGreen>(o[0]), greens, stored, thresholds);
   }
 
-  template <int kRow, int kColumn>
+  template <Stage kStage, int kRow, int kColumn>
   static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
                     const int *thresholds) {
     constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
@@ -152,8 +160,9 @@ struct Laplacian2Pass {
         constexpr SiteColour kBeside = ColourAt(kOrigin, kRow, 1 - kColumn);
         constexpr SiteColour kAbove =
             kBeside == SiteColour::kRed ? SiteColour::kBlue : SiteColour::kRed;
-        const short beside = SideEstimate(at, 1, TableOf(kBeside, luts), thresholds);
-        const short above = SideEstimate(at, at.w, TableOf(kAbove, luts), thresholds);
+        const short beside =
+            SideEstimate(at, 1, sizeof(Record), TableOf(kBeside, luts), thresholds);
+        const short above = SideEstimate(at, at.w, at.ow, TableOf(kAbove, luts), thresholds);
         Store::template At<ChannelOf(kBeside)>(px) = store.Laplacian2(beside);
         Store::template At<ChannelOf(kAbove)>(px) = store.Laplacian2(above);
         Store::MarkWritten(px);
@@ -168,36 +177,80 @@ struct Laplacian2Pass {
     }
   }
 
-  static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                  const PlaneLuts &luts, const PlaneContext &context) {
+  template <Stage kStage>
+  static void Row(const SiteFrame<Record, Sample> &frame, int r, const PlaneLuts &luts,
+                  const PlaneContext &context) {
     const Store store(context.depthShift);
-    const std::ptrdiff_t w = inSize.width;
-    WalkInterior<2>(out, outSize, in, inSize,
-                    [&](auto row, auto column, const Sample *s, Record *o) {
-                      Visit<decltype(row)::value, decltype(column)::value>(
-                          Site{s, o, w}, luts, store, context.scaledThresholds);
-                    });
+    const std::ptrdiff_t w = frame.inStride / std::ptrdiff_t(sizeof(Sample));
+    WalkSiteRow<2>(frame, r, [&](auto row, auto column, const Sample *s, Record *o) {
+      Visit<kStage, decltype(row)::value, decltype(column)::value>(
+          Site{s, o, w, frame.outStride}, luts, store, context.scaledThresholds);
+    });
+  }
+
+  // Stage 1 at row r reads the greens of rows r-1..r+1, stage 2 at row r the
+  // stage-1 values of rows r-1 and r+1 and the green of row r: each runs
+  // kSiteStageLag (1) row behind the stage before.
+  static void Band(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                   const PlaneContext &context, const SiteBand &band) {
+    WalkBand(band, frame.height, [&](int stage, int r) {
+      switch (Stage(stage)) {
+        case Stage::kGreen: return Row<Stage::kGreen>(frame, r, luts, context);
+        case Stage::kFromGreen: return Row<Stage::kFromGreen>(frame, r, luts, context);
+        case Stage::kFromRedBlue: return Row<Stage::kFromRedBlue>(frame, r, luts, context);
+      }
+    });
   }
 };
 
-template <Stage kStage>
 struct Laplacian2Family {
   template <int kOrigin, class Record, class Sample>
-  using Pass = Laplacian2Pass<kStage, kOrigin, Record, Sample>;
+  using Pass = Laplacian2Pass<kOrigin, Record, Sample>;
 };
 
+// The converter's whole-frame passes: one stage over every row.
+template <Stage kStage>
+struct WholeFramePass {
+  template <class Record, class Sample>
+  static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
+                  const PlaneLuts &luts, const PlaneContext &context) {
+    const int stage = int(kStage);
+    RunBand<Laplacian2Family>(ConverterFrame<2>(out, outSize, in, inSize), luts, context,
+                              SiteBand{0, inSize.height, stage, stage + 1});
+  }
+};
+
+// The vector bodies gather each site's operands (table lookups included, so
+// any table contents work) and run candidates and choice as lanes.
+template <class Record, class Sample>
+void Laplacian2Band(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                    const PlaneContext &context, const SiteBand &band) {
+#if TAVRIX_SIMD_X86
+  const int o = context.origin;
+  const bool assigned = o == eOriginGB || o == eOriginGR || o == eOriginBG || o == eOriginRG;
+  if (assigned && IsBayerFrame({frame.width, frame.height})) {
+    const Path path = ActivePath();
+    if (Admits(path, Path::kAvx2)) return Laplacian2RowsAvx2(frame, luts, context, band);
+    if (Admits(path, Path::kSse41)) return Laplacian2RowsSse41(frame, luts, context, band);
+  }
+#endif
+  RunBand<Laplacian2Family>(frame, luts, context, band);
+}
+
 }  // namespace
+
+TAVRIX_DEFINE_SITE_FAST(Laplacian2Rows, Laplacian2Band)
+
 }  // namespace tavrix::detail
 
 namespace {
 using tavrix::detail::Stage;
-template <Stage kStage>
-using Laplacian2Run = tavrix::detail::PlaneRunner<tavrix::detail::Laplacian2Family<kStage>>;
+using tavrix::detail::WholeFramePass;
 }  // namespace
 
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2GreenPixel, Laplacian2Run<Stage::kGreen>::Run)
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromGreen, Laplacian2Run<Stage::kFromGreen>::Run)
-TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromRB, Laplacian2Run<Stage::kFromRedBlue>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2GreenPixel, WholeFramePass<Stage::kGreen>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromGreen, WholeFramePass<Stage::kFromGreen>::Run)
+TAVRIX_DEFINE_PLANE_KERNEL(ProcessLaplacian2BRFromRB, WholeFramePass<Stage::kFromRedBlue>::Run)
 
 // Gradient and Estimate are left undefined for counts other than 1, 2 and 4;
 // they start at 0 here so that such a candidate never holds indeterminate values.

@@ -19,6 +19,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "tavrix/bayer_converter.h"
 
@@ -53,7 +54,21 @@ enum class Columns {
   kDecimateRows  // rows thinned, every column written, output packed
 };
 
-// Reads one byte of each 16-bit little-endian sample: sample k is bytes 2k, 2k + 1.
+// Row readers over raw bytes, so that rows may start at any byte offset.
+// 8-bit samples are read through a plain byte pointer.
+// 16-bit little-endian samples, read byte-wise where a row is not aligned.
+struct Words {
+  const std::uint8_t *bytes;
+  unsigned operator[](std::ptrdiff_t k) const {
+    std::uint16_t v;
+    std::memcpy(&v, bytes + 2 * k, sizeof v);
+    return v;
+  }
+  Words operator+(std::ptrdiff_t k) const { return {bytes + 2 * k}; }
+};
+
+// One byte of each 16-bit little-endian sample: sample k is bytes 2k, 2k + 1
+// (`bytes` points at byte 0 or 1 of sample 0).
 struct ByteOfWord {
   const std::uint8_t *bytes;
   unsigned operator[](std::ptrdiff_t k) const { return bytes[2 * k]; }
@@ -92,78 +107,41 @@ inline TableValues PixelAt(Row top, Row below, std::ptrdiff_t x, Luts lut) {
   return SitePixel<kKind, !kGreenAtEven>(top, below, x, lut);
 }
 
-// Runs one line kernel. `put(Record&, TableValues)` narrows and stores a pixel.
-// `factor` is the sample factor (1 when the variant does not decimate).
-// The tables and the store arrive by value: byte stores may alias anything
-// reached through a reference, which would force a reload after every pixel.
-template <RowKind kKind, Columns kColumns, class Record, class Row, class Put>
-void WalkLines(Record *out, const ISize &outSize, Row in, const ISize &inSize,
-               unsigned startRow, int factor, const Luts lut, Put put) {
+// Walks one row from column `from` (even; the columns before it are done):
+// pixels at columns 0 .. limit - 2, every one or, with kDecimate and a factor
+// above 1, every factor-th one. `put(bytes, TableValues)` narrows and stores a
+// record of Put::kBytes bytes. The tables arrive by value: byte stores may alias
+// anything reached through a reference, which would force a reload per pixel.
+template <RowKind kKind, Columns kColumns, class Row, class Put>
+void WalkRow(std::uint8_t *o, Row top, Row below, std::ptrdiff_t limit, int factor,
+             std::ptrdiff_t from, const Luts lut, Put &put) {
   constexpr bool kGreenAtEven = RowLayout<kKind>::kGreenAtEven;
-  const std::ptrdiff_t width = inSize.width;
-  const std::ptrdiff_t lastRow = std::ptrdiff_t(inSize.height) - 2;
-  const std::ptrdiff_t limit =
-      kColumns == Columns::kAll ? width : std::ptrdiff_t(factor) * outSize.width;
-  const bool packed = kColumns != Columns::kAll && factor != 1;
-  Record *o = out + std::ptrdiff_t(outSize.width) * startRow;
-  for (std::ptrdiff_t r = startRow; r <= lastRow; r += 2) {
-    if (kColumns != Columns::kAll && r % factor != 0) continue;
-    const Row top = in + r * width;
-    const Row below = top + width;
-    if (kColumns == Columns::kDecimate && factor != 1) {
-      // Only columns that are multiples of the factor: x = 0, f, 2f, ... <= limit - 2.
-      for (std::ptrdiff_t x = 0; x <= limit - 2; x += factor)
-        put(*o++, PixelAt<kKind>(top, below, x, lut));
-    } else {
-      std::ptrdiff_t c = 0;
-      for (; c < limit - 2; c += 2) {
-        // Both pixels are read before either is stored: byte stores could alias the
-        // input as far as the compiler knows, and would force it to read again.
-        const TableValues even = SitePixel<kKind, kGreenAtEven>(top, below, c, lut);
-        const TableValues odd = SitePixel<kKind, !kGreenAtEven>(top, below, c + 1, lut);
-        put(o[0], even);
-        put(o[1], odd);
-        o += 2;
-      }
-      put(*o++, SitePixel<kKind, kGreenAtEven>(top, below, limit - 2, lut));
-    }
-    if (!packed) o += 1 + width;  // the unwritten last column, then the other kernel's row
+  constexpr std::ptrdiff_t kBytes = Put::kBytes;
+  if (kColumns == Columns::kDecimate && factor != 1) {
+    for (std::ptrdiff_t x = 0; x <= limit - 2; x += factor, o += kBytes)
+      put(o, PixelAt<kKind>(top, below, x, lut));
+    return;
   }
+  o += from * kBytes;
+  std::ptrdiff_t c = from;
+  for (; c < limit - 2; c += 2) {
+    // Both pixels are read before either is stored: byte stores could alias the
+    // input as far as the compiler knows, and would force it to read again.
+    const TableValues even = SitePixel<kKind, kGreenAtEven>(top, below, c, lut);
+    const TableValues odd = SitePixel<kKind, !kGreenAtEven>(top, below, c + 1, lut);
+    put(o, even);
+    put(o + kBytes, odd);
+    o += 2 * kBytes;
+  }
+  put(o, SitePixel<kKind, kGreenAtEven>(top, below, limit - 2, lut));
+}
+
+// Stores a record byte-wise: output rows may start at any byte offset.
+template <class Record>
+inline void StoreRecord(std::uint8_t *o, const Record &px) {
+  std::memcpy(o, &px, sizeof px);
 }
 
 }  // namespace tavrix::detail
-
-// Defines the five fixed-name variants of one line kernel as forwarders to
-// `Run<kind>(out, outSize, in, inSize, startRow, luts, context)`.
-#define TAVRIX_DEFINE_LINE_KERNEL(Name, Kind, Run)                                          \
-  void CBayerConverter::Name(BGRxTRIPLE *o, const ISize &os, const Mono8 *i, const ISize &is, \
-                             unsigned s, const Lut *r, const Lut *g, const Lut *b) {         \
-    Run<Kind>(o, os, i, is, s, {r, g, b}, TAVRIX_LINE_CONTEXT);                              \
-  }                                                                                          \
-  void CBayerConverter::Name(BGRxTRIPLE *o, const ISize &os, const Mono16 *i,                \
-                             const ISize &is, unsigned s, const Lut *r, const Lut *g,        \
-                             const Lut *b) {                                                 \
-    Run<Kind>(o, os, i, is, s, {r, g, b}, TAVRIX_LINE_CONTEXT);                              \
-  }                                                                                          \
-  void CBayerConverter::Name(RGBTRIPLE16 *o, const ISize &os, const Mono16 *i,               \
-                             const ISize &is, unsigned s, const Lut *r, const Lut *g,        \
-                             const Lut *b) {                                                 \
-    Run<Kind>(o, os, i, is, s, {r, g, b}, TAVRIX_LINE_CONTEXT);                              \
-  }                                                                                          \
-  void CBayerConverter::Name(tagRGBTRIPLE *o, const ISize &os, const Mono8 *i,               \
-                             const ISize &is, unsigned s, const Lut *r, const Lut *g,        \
-                             const Lut *b) {                                                 \
-    Run<Kind>(o, os, i, is, s, {r, g, b}, TAVRIX_LINE_CONTEXT);                              \
-  }                                                                                          \
-  void CBayerConverter::Name(tagRGBTRIPLE *o, const ISize &os, const Mono16 *i,              \
-                             const ISize &is, unsigned s, const Lut *r, const Lut *g,        \
-                             const Lut *b) {                                                 \
-    Run<Kind>(o, os, i, is, s, {r, g, b}, TAVRIX_LINE_CONTEXT);                              \
-  }
-
-#define TAVRIX_LINE_CONTEXT                                                                  \
-  tavrix::detail::LineContext {                                                              \
-    m_sampleFactor, m_bitDepth, m_depthShift, m_correctionMatrix.m_matrix, m_workPixel       \
-  }
 
 #endif

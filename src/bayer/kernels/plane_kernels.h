@@ -9,20 +9,9 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "bayer/kernels/site_pass.h"
 #include "tavrix/bayer_converter.h"
 
-namespace tavrix::detail {
-
-struct PlaneContext {
-  int origin;                   // m_patternOrigin as stored (any value)
-  int outputShift;              // m_outputShift
-  int depthShift;               // m_depthShift
-  int bitDepth;                 // m_bitDepth
-  int sampleFactor;             // m_sampleFactor
-  const int *scaledThresholds;  // m_scaledThresholds, five entries
-};
-
-}  // namespace tavrix::detail
 
 #define TAVRIX_PLANE_CONTEXT                                                                 \
   tavrix::detail::PlaneContext {                                                             \
@@ -54,12 +43,6 @@ struct PlaneContext {
   TAVRIX_FOR_EACH_VARIANT(TAVRIX_PLANE_VARIANT, Name, Run)
 
 namespace tavrix::detail {
-
-struct PlaneLuts {
-  const std::uint16_t *blue;
-  const std::uint16_t *green;
-  const std::uint16_t *red;
-};
 
 enum class SiteColour { kGreen, kRed, kBlue };
 
@@ -116,28 +99,83 @@ inline void WalkRow(const Sample *in, Record *out, std::ptrdiff_t pairs, Visit &
   }
 }
 
-// The interior walk of the per-site passes: rows and columns kMargin .. size -
-// 1 - kMargin of a frame of even sizes, row by row, two sites at a time, calling
-// visit(row parity, column parity, input site, output pixel); parities count
-// from the first visited row and column. Input site (r, c) is output pixel
-// kMargin * (outSize.width + 1) + (r - kMargin) * W + (c - kMargin): the output
-// size only places the first pixel, rows are W pixels apart (W = input width),
-// so reading out[-W] and out[+W] reaches the neighbours above and below.
+// `p` moved by a signed number of bytes (rows of padded frames).
+template <class T>
+inline T *Shift(T *p, std::ptrdiff_t bytes) {
+  using Byte = std::conditional_t<std::is_const<T>::value, const char, char>;
+  return reinterpret_cast<T *>(reinterpret_cast<Byte *>(p) + bytes);
+}
+
+// One row r of the interior of a frame: columns kMargin .. W - 1 - kMargin, two
+// sites at a time, visit(row parity, column parity, input site, output pixel);
+// parities count from the first interior row and column. Rows outside the
+// interior (r < kMargin or r > H - 1 - kMargin) are skipped.
 template <int kMargin, class Record, class Sample, class Visit>
-inline void WalkInterior(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                         Visit &&visit) {
-  const std::ptrdiff_t width = inSize.width;
-  const std::ptrdiff_t pairs = (width - 2 * kMargin) / 2;
-  const std::ptrdiff_t rowPairs = (std::ptrdiff_t(inSize.height) - 2 * kMargin) / 2;
-  if (pairs <= 0) return;
-  const Sample *i = in + kMargin * (width + 1);
-  Record *o = out + kMargin * (std::ptrdiff_t(outSize.width) + 1);
-  for (std::ptrdiff_t k = 0; k < rowPairs; ++k, i += 2 * width, o += 2 * width) {
+inline void WalkSiteRow(const SiteFrame<Record, Sample> &frame, int r, Visit &&visit) {
+  if (r < kMargin || r > frame.height - 1 - kMargin) return;
+  const std::ptrdiff_t pairs = (std::ptrdiff_t(frame.width) - 2 * kMargin) / 2;
+  const Sample *i = Shift(frame.in, r * frame.inStride) + kMargin;
+  Record *o = Shift(frame.out, r * frame.outStride) + kMargin;
+  if ((r - kMargin) % 2 == 0)
     WalkRow<0>(i, o, pairs, visit);
-    WalkRow<1>(i + width, o + width, pairs, visit);
-  }
+  else
+    WalkRow<1>(i, o, pairs, visit);
+}
+
+// The band's stages in one walk down its rows: stage firstStage + k handles row
+// lead - k * kSiteStageLag, so each stage finds the rows above and below that it
+// reads already finished by the stage before. row(stage, r) does one row.
+template <class Row>
+inline void WalkBand(const SiteBand &band, int height, Row &&row) {
+  const int first = band.firstRow < 0 ? 0 : band.firstRow;
+  const int last = band.lastRow > height ? height : band.lastRow;
+  const int stages = band.lastStage - band.firstStage;
+  if (first >= last || stages <= 0) return;
+  for (int lead = first; lead < last + (stages - 1) * kSiteStageLag; ++lead)
+    for (int k = 0; k < stages; ++k) {
+      const int r = lead - k * kSiteStageLag;
+      if (r >= first && r < last) row(band.firstStage + k, r);
+    }
+}
+
+// The frame the converter's passes walk: input rows W samples apart, output
+// rows W pixels apart, pixel (r, c) of a pass with margin m at
+// m * (outSize.width + 1) + (r - m) * W + (c - m) (the output size only places
+// the first pixel). The frame returned starts where that formula puts (0, 0).
+template <int kMargin, class Record, class Sample>
+inline SiteFrame<Record, Sample> ConverterFrame(Record *out, const ISize &outSize,
+                                                const Sample *in, const ISize &inSize) {
+  const std::ptrdiff_t w = inSize.width;
+  return {out + kMargin * (std::ptrdiff_t(outSize.width) - w), w * std::ptrdiff_t(sizeof(Record)),
+          in, w * std::ptrdiff_t(sizeof(Sample)), inSize.width, inSize.height};
+}
+
+// Band entries: Family::Pass<origin, Record, Sample>::Band(frame, luts, context,
+// band) with the stored origin as a compile-time constant.
+template <class Family, class Record, class Sample>
+inline void RunBand(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                    const PlaneContext &context, const SiteBand &band) {
+  if (!(frame.width >= 4 && frame.height >= 4 && frame.width % 2 == 0 && frame.height % 2 == 0))
+    return;
+  WithOrigin(context.origin, [&](auto origin) {
+    Family::template Pass<decltype(origin)::value, Record, Sample>::Band(frame, luts, context,
+                                                                        band);
+  });
 }
 
 }  // namespace tavrix::detail
+
+// The five band entries of a family, forwarding to RunBand (inside tavrix::detail).
+#define TAVRIX_BAND_VARIANT(Name, Family, Record, Sample)                                     \
+  void Name(const SiteFrame<Record, Sample> &f, const PlaneLuts &l, const PlaneContext &c,     \
+            const SiteBand &b) {                                                               \
+    RunBand<Family>(f, l, c, b);                                                               \
+  }
+#define TAVRIX_DEFINE_BAND_ENTRY(Name, Family)                                                \
+  TAVRIX_BAND_VARIANT(Name, Family, CBayerConverter::BGRxTRIPLE, std::uint8_t)                 \
+  TAVRIX_BAND_VARIANT(Name, Family, CBayerConverter::BGRxTRIPLE, std::uint16_t)                \
+  TAVRIX_BAND_VARIANT(Name, Family, CBayerConverter::RGBTRIPLE16, std::uint16_t)               \
+  TAVRIX_BAND_VARIANT(Name, Family, tagRGBTRIPLE, std::uint8_t)                                \
+  TAVRIX_BAND_VARIANT(Name, Family, tagRGBTRIPLE, std::uint16_t)
 
 #endif
