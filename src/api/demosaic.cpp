@@ -118,7 +118,9 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
   if (!ValidAlgorithm(o.algorithm))
     return Status(StatusCode::kInvalidOption,
                   Format("algorithm %d is not one of 0..3", int(o.algorithm)));
-  const int depth = !wide ? 8 : o.bitDepth == 0 ? 16 : o.bitDepth;
+  // Unset: the depth a sensor layout fixes, or the sample width.
+  const int fixedBits = raw.Unpacks() ? PackingFixedBits(raw.packing) : 0;
+  const int depth = !wide ? 8 : o.bitDepth != 0 ? o.bitDepth : fixedBits != 0 ? fixedBits : 16;
   if (depth < 8 || depth > 16)
     return Status(StatusCode::kInvalidOption,
                   Format("bit depth %d is outside 8..16", o.bitDepth));
@@ -133,6 +135,12 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
     return Status(StatusCode::kInvalidOption,
                   Format("sample factor %d is below 1", o.sampleFactor));
 
+  if (raw.type == SampleType::kMono16 && raw.packing == Packing::kPlain8)
+    return Status(StatusCode::kInvalidOption, "16-bit samples cannot be in the plain8 layout");
+  if (raw.type == SampleType::kMono8 && raw.packing != Packing::kPlain8 &&
+      raw.packing != Packing::kPlain16)
+    return Status(StatusCode::kInvalidOption,
+                  Format("8-bit samples cannot be in the %s layout", PackingName(raw.packing)));
   const ISize in{raw.width, raw.height};
   if (!IsBayerFrame(in))
     return Status(StatusCode::kInvalidSize,
@@ -169,8 +177,14 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
                   Format("output is %dx%d but the input needs at least %dx%d", out.width,
                          out.height, in.width, in.height));
   }
+  RowUnpacker unpacker;
+  if (raw.Unpacks()) {
+    std::string why;
+    if (!unpacker.Prepare(raw.packing, depth, raw.width, &why))
+      return Status(StatusCode::kInvalidOption, why);
+  }
   if (plan != nullptr) {
-    *plan = DemosaicPlan{raw, out, o, depth, format, decimates, HaloRows(o.algorithm)};
+    *plan = DemosaicPlan{raw, out, o, depth, format, decimates, HaloRows(o.algorithm), unpacker};
     plan->options.parallel = Parallelism();
   }
   return Status();
@@ -224,6 +238,14 @@ void ConvertFrame(CachedConverter &slot, const DemosaicPlan &p, const void *in, 
   }
   slot.key.bitDepth = p.bitDepth;
   if (p.output.format != PixelFormat::kBgrx32) slot.key.thresholdBits = p.bitDepth;
+}
+
+// One raw row into packed samples (`to` aligned for 16-bit samples).
+void CopyRawRow(const DemosaicPlan &p, const unsigned char *from, unsigned char *to) {
+  if (p.raw.Unpacks())
+    p.unpacker(from, reinterpret_cast<std::uint16_t *>(to));
+  else
+    std::memcpy(to, from, std::size_t(p.raw.width) * BytesPerSample(p.raw.type));
 }
 
 // Copies of the caller's output rows around every cut between tasks, taken
@@ -296,7 +318,7 @@ class BandRunner {
     unsigned char *in = base, *out = base + inBytes;
     const auto *raw = static_cast<const unsigned char *>(p_.raw.data);
     for (int r = from; r < to; ++r) {
-      std::memcpy(in + std::size_t(r - from) * inRow, raw + std::ptrdiff_t(r) * p_.raw.Stride(), inRow);
+      CopyRawRow(p_, raw + std::ptrdiff_t(r) * p_.raw.Stride(), in + std::size_t(r - from) * inRow);
       const unsigned char *row = halo_.Copied(r);
       if (row == nullptr && r < a) row = &carry[std::size_t(r - carryFrom) * outRow];
       if (row == nullptr) row = halo_.CallerRow(r);
@@ -366,8 +388,7 @@ void RunWhole(const DemosaicPlan &p, CachedConverter &slot, bool packed) {
   auto *ob = reinterpret_cast<unsigned char *>(outBuf.data());
   const auto *raw = static_cast<const unsigned char *>(p.raw.data);
   auto *dst = static_cast<unsigned char *>(p.output.data);
-  for (int r = 0; r < in.height; ++r)
-    std::memcpy(ib + r * inRow, raw + std::ptrdiff_t(r) * p.raw.Stride(), inRow);
+  for (int r = 0; r < in.height; ++r) CopyRawRow(p, raw + std::ptrdiff_t(r) * p.raw.Stride(), ib + r * inRow);
   for (int r = 0; r < out.height; ++r)
     std::memcpy(ob + r * outRow, dst + std::ptrdiff_t(r) * p.output.Stride(), outRow);
   ConvertFrame(slot, p, ib, in, ob, out);
@@ -391,7 +412,8 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
   const std::size_t sampleBytes = BytesPerSample(p.raw.type);
   const std::size_t pixelBytes = BytesPerPixel(p.output.format);
   // In place needs packed rows of the input's width and samples the kernels may read as such.
-  const bool packed = p.raw.Stride() == p.raw.RowBytes() && IsAligned(p.raw.data, sampleBytes) &&
+  const bool packed = !p.raw.Unpacks() && p.raw.Stride() == p.raw.RowBytes() &&
+                      IsAligned(p.raw.data, sampleBytes) &&
                       p.output.Stride() == std::ptrdiff_t(p.output.width * pixelBytes) &&
                       IsAligned(p.output.data, pixelBytes == 6 ? 2 : 1);
   const bool inPlace = packed && p.output.width == p.raw.width && chunkRows == 0;
