@@ -1,24 +1,21 @@
 // Demosaic through views: checks with reasons, then the converter's entry
 // points on bands of rows.
 //
-// Bands. The kernels work on whole packed frames. A band of output rows [a, b)
-// is produced exactly by converting the sub-frame of rows [a - h, b + h) (h from
-// HaloRows, clipped to the frame): every row of the band sees the same input, and
-// the same caller values in the frame the algorithm never writes, as in the
-// whole frame. Rows near a sub-frame's cut come out differently and are thrown away.
+// Three ways to run, by what the views allow:
+//   - packed views, one thread: the entry point on the caller's buffers;
+//   - rows the kernels' banded entries can read (direct_bands.h): those
+//     entries on the caller's rows, a band per task;
+//   - otherwise (sensor layouts to unpack, 16-bit rows at odd addresses):
+//     halo bands through scratch, below.
 //
-//   packed views: each task converts its band in place on the caller's buffers
-//     (one sub-frame call), then redoes the h rows beside each cut through a
-//     small scratch sub-frame and copies them back;
-//   padded views: each task converts its band in chunks of rows through scratch
-//     (input rows packed, output rows pre-filled with what the caller held).
-//
-// Rows a sub-frame reads but does not keep must hold what the caller left
-// there: the frame the algorithm never writes is read by some passes and
-// rewritten by the correction pass. So the rows around every cut are copied
-// before any task starts (no task then reads rows another one writes), and a
-// task working down its band in chunks keeps the rows the next chunk reads
-// above itself before writing them back.
+// Halo bands. The entry points work on whole packed frames. A band of output
+// rows [a, b) is produced exactly by converting the sub-frame of rows
+// [a - h, b + h) (h from HaloRows, clipped to the frame) in scratch: every row
+// of the band sees the same input, and the same caller values in the frame the
+// algorithm never writes, as in the whole frame. Rows near a sub-frame's cut
+// come out differently and are thrown away. Each task converts its band in
+// chunks of rows (input rows packed or unpacked, output rows pre-filled with
+// what the caller held) and copies the chunk's own rows back.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -27,6 +24,7 @@
 
 #include "api/converter_cache.h"
 #include "api/demosaic_plan.h"
+#include "api/direct_bands.h"
 #include "api/messages.h"
 #include "api/task_runner.h"
 #include "bayer/walk_limits.h"
@@ -248,8 +246,12 @@ void CopyRawRow(const DemosaicPlan &p, const unsigned char *from, unsigned char 
     std::memcpy(to, from, std::size_t(p.raw.width) * BytesPerSample(p.raw.type));
 }
 
-// Copies of the caller's output rows around every cut between tasks, taken
-// before the tasks start.
+// Rows a sub-frame reads but does not keep must hold what the caller left
+// there: some passes read the frame the algorithm never writes, and the
+// correction pass rewrites it. So the rows within a halo of every cut between
+// tasks are copied before any task starts (no task then reads rows another one
+// writes), and a task working down its band keeps the rows the next chunk reads
+// above itself (`carry`) before writing them back.
 class HaloCopy {
  public:
   HaloCopy(const DemosaicPlan &p, const std::vector<int> &cuts, int reach) : p_(p) {
@@ -334,24 +336,8 @@ class BandRunner {
                   outRow);
   }
 
-  // A task's whole band.
-  void Run(CachedConverter &slot, Band own, int chunkRows, bool inPlace) const {
-    if (inPlace && own.to - own.from >= 4) {
-      const ISize size{width_, own.to - own.from};
-      const auto *in = static_cast<const unsigned char *>(p_.raw.data) +
-                       std::ptrdiff_t(own.from) * p_.raw.Stride();
-      auto *out = const_cast<unsigned char *>(halo_.CallerRow(own.from));
-      ConvertFrame(slot, p_, in, size, out, size);
-      // The rows beside each cut saw the cut: redo them with their halo.
-      // (the rows they read all lie in the halo copy).
-      const int h = p_.halo;
-      std::vector<unsigned char> carry;
-      int carryFrom = 0;
-      if (own.from > 0) Region(slot, own.from, std::min(own.to, own.from + h), carry, carryFrom);
-      if (own.to < height_)
-        Region(slot, std::max(own.from, own.to - h), own.to, carry, carryFrom);
-      return;
-    }
+  // A task's whole band, in chunks.
+  void Run(CachedConverter &slot, Band own, int chunkRows) const {
     std::vector<unsigned char> carry;
     int carryFrom = own.from;
     for (int a = own.from; a < own.to; a += chunkRows)
@@ -433,14 +419,25 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
     return;
   }
   if (tasks < 1) tasks = 1;
+  if (chunkRows == 0 && RunsDirect(p)) {
+    std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
+    // A call the entry point refuses refreshes the tables (and, for the 24-
+    // and 48-bit outputs, the matrix and thresholds) without touching a pixel.
+    const std::uint16_t nothing[4] = {};
+    std::uint16_t none[12];
+    ConvertFrame(*slot, p, nothing, ISize{2, 2}, none, ISize{2, 2});
+    RunDirect(p, *slot, parallel);
+    ReleaseConverter(std::move(slot));
+    return;
+  }
   std::vector<int> cuts(std::size_t(tasks) + 1);
   for (int k = 0; k <= tasks; ++k) cuts[k] = int(std::int64_t(height / 2) * k / tasks) * 2;
-  const HaloCopy halo(p, cuts, 2 * p.halo);
+  const HaloCopy halo(p, cuts, p.halo);
   const BandRunner runner(p, halo);
   const int chunk = chunkRows > 0 ? chunkRows : DefaultChunkRows(p);
   RunTasks(parallel, tasks, [&](int k) {
     std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
-    runner.Run(*slot, Band{cuts[k], cuts[k + 1]}, chunk, inPlace);
+    runner.Run(*slot, Band{cuts[k], cuts[k + 1]}, chunk);
     ReleaseConverter(std::move(slot));
   });
 }

@@ -168,6 +168,7 @@ TEST(Demosaic, BandsAndThreadsGiveTheBytesOfOneThread) {
           o.parallel.threads = threads;
           EXPECT_EQ(f.Views(o, 0), one) << threads << " threads, in place";
           EXPECT_EQ(f.Views(o, 3), one) << threads << " threads, padded";
+          EXPECT_EQ(f.Views(o, 3, 1), one) << threads << " threads, odd address";
         }
         o.parallel.threads = 5;
         o.parallel.executor = ReversedThreads;
