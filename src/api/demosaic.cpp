@@ -402,33 +402,34 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
                       IsAligned(p.raw.data, sampleBytes) &&
                       p.output.Stride() == std::ptrdiff_t(p.output.width * pixelBytes) &&
                       IsAligned(p.output.data, pixelBytes == 6 ? 2 : 1);
-  const bool inPlace = packed && p.output.width == p.raw.width && chunkRows == 0;
   const TableKey key = KeyFor(p);
   const bool thresholds = p.output.format == PixelFormat::kBgrx32;
   const int height = p.raw.height;
-  int tasks = std::min(TaskCount(parallel), height / 2);
-  if (p.decimates || (tasks <= 1 && inPlace)) {
+  const int tasks = std::max(1, std::min(TaskCount(parallel), height / 2));
+  auto convert = [&](auto run) {
     std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
-    if (p.decimates) {
-      RunWhole(p, *slot, packed);
-    } else {
-      const ISize in{p.raw.width, p.raw.height};
-      ConvertFrame(*slot, p, p.raw.data, in, p.output.data, in);
-    }
+    run(*slot);
     ReleaseConverter(std::move(slot));
-    return;
+  };
+  if (tasks == 1 && chunkRows == 0 && packed &&
+      (p.decimates || p.output.width == p.raw.width)) {
+    const ISize in{p.raw.width, p.raw.height}, out{p.output.width, p.output.height};
+    return convert([&](CachedConverter &slot) {
+      ConvertFrame(slot, p, p.raw.data, in, p.output.data, p.decimates ? out : in);
+    });
   }
-  if (tasks < 1) tasks = 1;
-  if (chunkRows == 0 && RunsDirect(p)) {
-    std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
-    // A call the entry point refuses refreshes the tables (and, for the 24-
-    // and 48-bit outputs, the matrix and thresholds) without touching a pixel.
-    const std::uint16_t nothing[4] = {};
-    std::uint16_t none[12];
-    ConvertFrame(*slot, p, nothing, ISize{2, 2}, none, ISize{2, 2});
-    RunDirect(p, *slot, parallel);
-    ReleaseConverter(std::move(slot));
-    return;
+  const bool direct = RunsDirect(p);
+  if (p.decimates && !direct)
+    return convert([&](CachedConverter &slot) { RunWhole(p, slot, packed); });
+  if (direct && (chunkRows == 0 || p.decimates)) {
+    return convert([&](CachedConverter &slot) {
+      // A call the entry point refuses refreshes the tables (and, for the 24-
+      // and 48-bit outputs, the matrix and thresholds) without touching a pixel.
+      const std::uint16_t nothing[4] = {};
+      std::uint16_t none[12];
+      ConvertFrame(slot, p, nothing, ISize{2, 2}, none, ISize{2, 2});
+      RunDirect(p, slot, parallel);
+    });
   }
   std::vector<int> cuts(std::size_t(tasks) + 1);
   for (int k = 0; k <= tasks; ++k) cuts[k] = int(std::int64_t(height / 2) * k / tasks) * 2;

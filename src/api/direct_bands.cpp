@@ -81,34 +81,36 @@ void RunFast(const DemosaicPlan &p, const CachedConverter &slot, const Settings 
   job.inputSize = {p.raw.width, p.raw.height};
   job.output = p.output.data;
   job.outputStride = p.output.Stride();
-  job.outputWidth = p.raw.width;
+  job.outputWidth = p.output.width;
   job.evenRows = EvenRowKind(o.origin);
   job.oddRows = OddRowKind(o.origin);
-  job.walkEvenRows = job.walkOddRows = true;
+  // The 32-bit outputs decimate with the even-row kind alone.
+  job.walkEvenRows = true;
+  job.walkOddRows = !p.decimates;
   job.luts = {c.GetRedLUT(), c.GetGreenLUT(), c.GetBlueLUT()};
   job.context = {o.sampleFactor, s.bitDepth, s.depthShift, o.matrix.data(), nullptr};
   job.highByte = p.format == 112 || p.format == 113;
   job.shapes = CheckFastPassTables(
       job, {s.format, o.balanceRed, o.balanceGreen, o.balanceBlue, s.bitDepth, s.depthShift,
             s.outputShift});
-  // Only the 8-bit 32-bit output clears what the pass leaves: the last pixel of
-  // every row, and the last row.
-  const bool clears = job.variant == PassVariant::k32From8;
-  const int height = p.raw.height, width = p.raw.width;
+  const int height = p.raw.height;
   const std::vector<int> cuts = Cuts(height, tasks);
   RunTasks(parallel, tasks, [&](int k) {
     FastPassJob band = job;
     band.rowBegin = cuts[k];
     band.rowEnd = std::min(cuts[k + 1], height - 1);
     if (band.rowBegin < band.rowEnd) RunFastPass(band);
-    if (!clears) return;
-    auto *out = static_cast<unsigned char *>(p.output.data);
-    for (int r = cuts[k]; r < cuts[k + 1]; ++r) {
-      unsigned char *row = out + std::ptrdiff_t(r) * job.outputStride;
-      if (r == height - 1) std::memset(row, 0, std::size_t(width) * 4);
-      else std::memset(row + std::size_t(width - 1) * 4, 0, 4);
-    }
   });
+  // Only the 8-bit 32-bit output then clears the last pixel of every output row,
+  // and the last row (which a decimating pass may have written).
+  if (job.variant != PassVariant::k32From8) return;
+  auto *out = static_cast<unsigned char *>(p.output.data);
+  const std::size_t width = std::size_t(p.output.width);
+  for (int r = 0; r < p.output.height; ++r) {
+    unsigned char *row = out + std::ptrdiff_t(r) * job.outputStride;
+    if (r == p.output.height - 1) std::memset(row, 0, width * 4);
+    else std::memset(row + (width - 1) * 4, 0, 4);
+  }
 }
 
 template <class Record, class Sample>
@@ -173,7 +175,12 @@ void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings
 }  // namespace
 
 bool RunsDirect(const DemosaicPlan &p) {
-  if (p.decimates || p.raw.Unpacks()) return false;
+  if (p.raw.Unpacks()) return false;
+  // The decimating per-site walks count positions across rows, and the
+  // corrected fast pass writes rows longer than the output's: whole frames only.
+  if (p.decimates && (p.options.algorithm != Algorithm::kFastBilinear ||
+                      (p.options.correctColors && p.format == 100)))
+    return false;
   if (p.raw.type == SampleType::kMono16 && !IsAligned(p.raw.data, p.raw.Stride(), 2)) return false;
   if (p.output.format == PixelFormat::kBgr48 && !IsAligned(p.output.data, p.output.Stride(), 2))
     return false;
