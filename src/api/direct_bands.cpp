@@ -146,7 +146,7 @@ void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings
     for (int r = cuts[k]; r < cuts[k + 1]; ++r) {
       Record *row = reinterpret_cast<Record *>(static_cast<unsigned char *>(p.output.data) +
                                                std::ptrdiff_t(r) * p.output.Stride());
-      ForEachPixel(row, ISize{p.raw.width, 1}, [m, max](Record *px) {
+      ForEachPixel(row, ISize{p.raw.width, 1}, [=](Record *px) {
         if constexpr (std::is_same<Record, CBayerConverter::RGBTRIPLE16>::value) {
           CorrectWords(px, m, max);
         } else {
