@@ -152,6 +152,7 @@ struct PatternName {
 //     (BayerRGGB2BGR); the colour order after the 2 does not change the mosaic;
 //   - V4L2: names [V4L2_PIX_FMT_]S<CFA><8|10|10P|12|12P|14|14P|16> and their
 //     fourcc codes (case-sensitive: "pgAA" and "pGAA" differ), e.g. BA81, pRCC;
+//     the 8-bit codes GBRG, GRBG and RGGB read as CFA letters (phase alone);
 //   - GenICam PFNC: Bayer<RG|GB|GR|BG><8|10|10p|12|12p|12Packed|14|16>;
 //   - DNG CFAPattern colour indexes (0 red, 1 green, 2 blue), "0112" or "0 1 1 2";
 //   - dcraw filter words in hex, e.g. 0x94949494 (RGGB).

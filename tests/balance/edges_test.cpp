@@ -9,10 +9,11 @@ namespace {
 
 using namespace balance_test;
 
-// A 4 x 3 image with 2 padding bytes per row, pixel (r, c) = {1 + 4r + c,
-// 100 + 4r + c, 200 - 4r - c}, except the whitest blue (255) at the cells
-// listed. Two more rows follow in memory, outside the described image.
-Image Numbered(Format format, const std::vector<std::pair<unsigned, unsigned>>& white) {
+// A 4 x `rows` image (3 or 4) with 2 padding bytes per row, pixel (r, c) =
+// {1 + 4r + c, 100 + 4r + c, 200 - 4r - c}, except the whitest blue (255) at
+// the cells listed. Five rows are in memory, the last ones outside the image.
+Image Numbered(Format format, const std::vector<std::pair<unsigned, unsigned>>& white,
+               unsigned rows) {
   Image image(format, 4, 5, 2);
   for (unsigned r = 0; r < 5; ++r)
     for (unsigned c = 0; c < 4; ++c)
@@ -22,8 +23,8 @@ Image Numbered(Format format, const std::vector<std::pair<unsigned, unsigned>>& 
     px[B] = 255;
     image.Set(cell.first, cell.second, px);
   }
-  image.Info()->height = 3;
-  image.Info()->imageSize = 3 * image.Stride();
+  image.Info()->height = rows;
+  image.Info()->imageSize = rows * image.Stride();
   return image;
 }
 
@@ -36,6 +37,7 @@ TEST(WhiteWorld, TheWhitestPixelFirstLastAtRowEndsAndPastTheImage) {
     Format format;
     std::vector<std::pair<unsigned, unsigned>> white;
     Bgr read;  // what it reads there; {0, 0, 0}: nothing (the address is past the image)
+    unsigned rows = 3;
   } kCases[] = {
       {"first pixel: its own values", Format::kBgr24, {{0, 0}}, {255, 100, 200}},
       {"end of the first row: byte 3 is pixel 1", Format::kBgr24, {{0, 3}}, {2, 101, 199}},
@@ -52,10 +54,13 @@ TEST(WhiteWorld, TheWhitestPixelFirstLastAtRowEndsAndPastTheImage) {
       {"48-bit last row: past the image", Format::kBgr48, {{2, 0}}, {0, 0, 0}},
       {"48-bit last pixel: past the image", Format::kBgr48, {{2, 3}}, {0, 0, 0}},
       {"48-bit tie: the first one, inside", Format::kBgr48, {{1, 3}, {2, 0}}, {10, 109, 191}},
+      {"48-bit, 4 rows: row 2 reads just past the image", Format::kBgr48, {{2, 0}}, {0, 0, 0}, 4},
+      {"48-bit, 4 rows: column 1 of row 1 is one word into row 2", Format::kBgr48,
+       {{1, 1}}, {108, 192, 10}, 4},
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.why);
-    Image image = Numbered(c.format, c.white);
+    Image image = Numbered(c.format, c.white, c.rows);
     CColorBalance balance;
     balance.SetLutDepth(8);
     Tables tables;
