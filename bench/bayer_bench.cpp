@@ -6,6 +6,7 @@
 #include <random>
 #include <vector>
 
+#include "bayer/table_shape.h"
 #include "tavrix/tavrix.h"
 
 namespace {
@@ -79,6 +80,23 @@ void BM_MemcpyOutput(benchmark::State &state) {
       benchmark::Counter(double(kPixels) * state.iterations() / 1e6, benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_MemcpyOutput)->ArgName("bytes_per_pixel")->Arg(3)->Arg(4)->Arg(6)->Unit(benchmark::kMillisecond);
+
+// What the fast pass pays per call to learn whether the tables are still clamped
+// offsets: all three tables over the entries 16-bit (65536) or 8-bit (256) samples reach.
+void BM_TableShapeCheck(benchmark::State &state) {
+  static CBayerConverter conv;
+  std::vector<unsigned char> out(64 * 64 * 3);
+  std::vector<unsigned short> in(64 * 64, 100);
+  const ISize size = {64, 64};
+  conv.ConvertMono16ToBGR(out.data(), size, in.data(), size, 12, CColorMatrix());
+  const tavrix::detail::Luts luts = {conv.GetRedLUT(), conv.GetGreenLUT(), conv.GetBlueLUT()};
+  const tavrix::detail::TableSettings settings = {100, 0, 0, 0, 12, 4, 0};
+  const int reach = int(state.range(0));
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(tavrix::detail::CheckTableShapes(luts, settings, reach).clamped);
+  }
+}
+BENCHMARK(BM_TableShapeCheck)->ArgName("entries")->Arg(256)->Arg(65536)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 

@@ -3,11 +3,13 @@
 // settings-driven targets.  Usage: make_seeds CORPUS_DIR
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <random>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
 
+#include "tavrix/formats.h"
 #include "tavrix/tavrix.h"
 
 namespace {
@@ -73,5 +75,21 @@ int main(int argc, char **argv) {
       for (auto &b : bytes) b = std::uint8_t(rng());
       Write(root + "/" + target, "random" + std::to_string(k), bytes);
     }
+  // Pattern names (first byte even) and small frames of each layout (odd).
+  int n = 0;
+  for (const char *name : {"RGGB", "COLOR_BayerBG2BGR_VNG", "SGRBG10P", "pgAA", "BayerGB12Packed",
+                           "1 0 2 1", "0x94949494"}) {
+    std::vector<std::uint8_t> bytes = {0};
+    bytes.insert(bytes.end(), name, name + std::strlen(name));
+    Write(root + "/formats_fuzz", "name" + std::to_string(n++), bytes);
+  }
+  for (std::uint8_t packing = 0; packing < 10; ++packing) {
+    // packing, then bits, width and height as (pick, value) pairs, then the two paddings
+    const std::uint8_t bits = packing == 2 || packing == 5 ? 10 : packing == 4 ? 14 : 12;
+    std::vector<std::uint8_t> bytes = {1, packing, 0, 0, 0, 1, bits, 0, 0, 0, 1, 40, 0, 0, 0,
+                                       1, 3, 0, 0, 0, 3, 0, 0, 0, 1, 0, 0, 0};
+    for (int k = 0; k < 64; ++k) bytes.push_back(std::uint8_t(rng()));
+    Write(root + "/formats_fuzz", "layout" + std::to_string(packing), bytes);
+  }
   return 0;
 }

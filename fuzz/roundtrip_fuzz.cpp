@@ -9,7 +9,7 @@
 #include "tavrix/tavrix.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-  if (size > 8192) return 0;  // the LZ77 search is quadratic at worst: keep runs short
+  if (size > 8192) return 0;  // keeps every run of the exhaustive LZ77 search short
   const std::vector<std::uint8_t> image(data, data + size);
   for (eCompressType codec : {eHuffman, eLZ77, eRLE}) {
     CImageCompress codecObject;

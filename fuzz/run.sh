@@ -8,7 +8,7 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 build="$root/build-fuzz"
-targets=(convert_fuzz balance_fuzz decode_fuzz roundtrip_fuzz)
+targets=(convert_fuzz balance_fuzz decode_fuzz roundtrip_fuzz formats_fuzz)
 mode=smoke seconds=600
 case "${1:-}" in
   --time) mode=long; seconds=${2:-600} ;;

@@ -1,15 +1,20 @@
-// tavrix demosaic: raw mosaic (PGM or headerless samples) -> colour image.
+// tavrix demosaic: raw mosaic (PGM, headerless samples or a camera raw file) -> colour image.
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstring>
+#include <fstream>
 #include <memory>
+#include <optional>
 
 #include <tavrix/tavrix.h>
 
 #include "auto_balance.h"
+#include "camera_raw.h"
 #include "cli.h"
 #include "image_files.h"
 #include "sensor_input.h"
+#include "tiff_files.h"
 
 namespace tavrix::cli {
 
@@ -20,10 +25,15 @@ Turns a raw Bayer mosaic into a colour image.
 
 IN is a binary PGM (P5; maxval up to 255 gives 8-bit samples, above 255
 16-bit samples, and the maxval gives the bit depth unless --bits says
-otherwise) or, with --width, --height and --bits, a headerless file of
+otherwise); with --width, --height and --bits, a headerless file of
 samples: bytes when --bits is 8, little-endian 16-bit words for 9..16,
-or the camera layout --packing names.
-OUT is .png (8 or 16 bits per channel), .ppm or .pam, by its extension.
+or the camera layout --packing names; or a camera raw file (DNG, CR2,
+NEF, ARW, RAF, ...; needs LibRaw): its visible area, black level
+subtracted and scaled so that the white level becomes 2^bits-1 (bits:
+what the white level needs, or --bits), with the file's own pattern.
+Sensors that are not Bayer mosaics are refused.
+OUT is .png (8 or 16 bits per channel), .tif/.tiff (8 or 16 bits per
+channel; needs libtiff), .ppm or .pam, by its extension.
 
 Options:
   --pattern NAME           the Bayer phase (default GB): the first row's colours
@@ -36,6 +46,13 @@ Options:
                            bgr48: the sensor's own scale (default for 16-bit samples)
                            bgrx32: 8 bits per channel, the converter's 32-bit record
   --balance R,G,B          colour-balance offsets on the 8-bit scale, -255..255
+  --white-balance camera|none|R,G,B
+                           gains written into the converter's tables: every
+                           entry of a channel's table times its gain, rounded,
+                           capped at the table's maximum (after the offsets of
+                           --balance). camera (the default for camera raw
+                           files): the file's as-shot multipliers, the
+                           smallest made 1; none (the default otherwise)
   --correct                apply a colour-correction matrix (identity unless --matrix)
   --matrix m0,...,m8       the matrix, row-major, acting on (blue, green, red):
                            m0..m2 make blue, m3..m5 green, m6..m8 red
@@ -52,8 +69,10 @@ Options:
                            (GigE Vision) | msb16 (words with the sample in the high
                            bits) | be16 (big-endian words) | plain8 | plain16;
                            the packed layouts fix --bits
-  --bits B                 with a PGM: the significant bits of its samples
-  --format png|ppm|pam     type of the files written into --out-dir (default png)
+  --bits B                 with a PGM: the significant bits of its samples;
+                           with a camera raw file: the depth to scale to
+  --format png|tiff|ppm|pam
+                           type of the files written into --out-dir (default png)
   --out-dir DIR            several inputs: write DIR/NAME.png for each IN
   --force                  replace existing outputs
   --quiet                  no summary line
@@ -72,6 +91,7 @@ Examples:
   tavrix demosaic dump.raw dump.png --width 1280 --height 960 --bits 12 --pattern BG
   tavrix demosaic csi.raw csi.png --width 4056 --height 3040 --pattern SRGGB12P
   tavrix demosaic *.pgm --out-dir developed --auto-balance grayworld
+  tavrix demosaic photo.dng photo.tiff --algorithm laplacian2
 )";
 
 namespace {
@@ -80,16 +100,22 @@ const std::vector<OptionRule> kOptions = {
     {"--pattern", true}, {"--algorithm", true}, {"--output", true},       {"--balance", true},
     {"--correct", false}, {"--matrix", true},   {"--decimate", true},     {"--auto-balance", true},
     {"--crop", true},    {"--width", true},     {"--height", true},       {"--bits", true},
-    {"--format", true},  {"--packing", true}};
+    {"--format", true},  {"--packing", true},
+    {"--white-balance", true}};
 
+const ePatternOrigin kOrigins[] = {eOriginGB, eOriginGR, eOriginBG, eOriginRG};
+const char *const kOriginNames[] = {"GB", "GR", "BG", "RG"};  // as camera_raw.h names them
 const eCalculationMode kModes[] = {eFastBilinear, eBilinear, eLaplacian1, eLaplacian2};
 enum class Record { kBgr24, kBgrx32, kBgr48 };
 const char *const kRecordNames[] = {"bgr24", "bgrx32", "bgr48"};
-const char *const kFormatExtensions[] = {".png", ".ppm", ".pam"};
+const char *const kFormatExtensions[] = {".png", ".ppm", ".pam", ".tiff"};
 
 constexpr int kMaxSide = 1 << 30;
 constexpr int kMaxDecimation = 1024;
 constexpr int kMaxOffset = 255;  // beyond it every value saturates anyway
+constexpr double kMaxGain = 64;   // six stops; beyond it nearly every value saturates
+
+enum class WhiteBalance { kDefault, kCamera, kNone, kGains };
 
 // Everything the command line fixes, checked before any file is read.
 struct Settings {
@@ -110,6 +136,9 @@ struct Settings {
   int bits = 0;  // 0: from the PGM
   bool replace = false;
   bool quiet = false;
+  bool patternGiven = false;
+  WhiteBalance whiteBalance = WhiteBalance::kDefault;
+  double gains[3] = {1, 1, 1};  // red, green, blue, for WhiteBalance::kGains
 };
 
 Settings ReadSettings(const Arguments &a) {
@@ -169,12 +198,49 @@ Settings ReadSettings(const Arguments &a) {
   if (a.Has("--format") && !a.Has("--out-dir")) a.Refuse("--format applies to --out-dir only");
   s.replace = a.Has("--force");
   s.quiet = a.Has("--quiet");
+  s.patternGiven = a.Has("--pattern");
+  if (a.Has("--white-balance")) {
+    const std::string &v = a.Value("--white-balance");
+    if (v == "camera" || v == "none") {
+      s.whiteBalance = v == "camera" ? WhiteBalance::kCamera : WhiteBalance::kNone;
+    } else {
+      s.whiteBalance = WhiteBalance::kGains;
+      const std::vector<double> g = a.Reals("--white-balance", 3);
+      for (double gain : g)
+        if (!(gain > 0 && gain <= kMaxGain))
+          a.Refuse("--white-balance " + v + ": gains must lie above 0 and at most 64");
+      std::copy(g.begin(), g.end(), s.gains);
+    }
+  }
   return s;
 }
 
-files::GreyImage LoadMosaic(const std::string &path, const Settings &s) {
+bool StartsLikePgm(const std::string &path) {
+  char magic[2] = {0, 0};
+  std::ifstream(path, std::ios::binary).read(magic, 2);
+  return magic[0] == 'P' && magic[1] == '5';
+}
+
+// A camera raw file also fills `camera`.
+files::GreyImage LoadMosaic(const std::string &path, const Settings &s,
+                            std::optional<files::CameraRaw> &camera) {
   files::GreyImage mosaic;
   std::string error;
+  if (!s.raw && !StartsLikePgm(path)) {
+    camera.emplace();
+    if (!files::ReadCameraRaw(path, s.bits, *camera, error)) {
+      const std::string notRaw = "not a camera raw file";
+      if (error.rfind(notRaw, 0) == 0)
+        error = "not a binary PGM (no P5 header) nor a camera raw file" +
+                error.substr(notRaw.size()) +
+                "; for a headerless raw file give --width, --height and --bits";
+      throw Failure(path, error);
+    }
+    if (s.patternGiven)
+      throw Failure(path, "--pattern: a camera raw file states its own pattern (here " +
+                              camera->pattern + ")");
+    return std::move(camera->mosaic);
+  }
   if (s.raw) {
     const bool read = s.sensor.packing ? ReadPackedMosaic(path, s.rawWidth, s.rawHeight, s.bits,
                                                           *s.sensor.packing, mosaic, error)
@@ -320,29 +386,130 @@ void Crop(files::RgbImage &image, const int box[4], const std::string &path) {
 
 files::FileType OutputType(const std::string &path) {
   const files::FileType type = files::TypeFromName(path);
+  if (type == files::FileType::kTiff && !files::TiffSupported())
+    throw Failure(path, "TIFF is not available in this build (libtiff was not found); name it .png, .ppm or .pam");
+  if (type == files::FileType::kTiff) return type;
   if (type != files::FileType::kPng && type != files::FileType::kPpm && type != files::FileType::kPam)
-    throw Failure(path, "unknown image type: name it .png, .ppm or .pam");
+    throw Failure(path, "unknown image type: name it .png, .tiff, .ppm or .pam");
   if (type == files::FileType::kPng && !files::PngSupported())
     throw Failure(path, "PNG is not available in this build (libpng was not found); name it .ppm or .pam");
   return type;
 }
 
-void WriteResult(OutputFile &out, files::FileType type, const files::RgbImage &image) {
+void WriteResult(OutputFile &out, files::FileType type, const files::RgbImage &image,
+                 const files::TiffNotes &notes) {
   std::string error;
-  if (!files::WriteImage(out.Open(), type, image, error))
-    throw Failure(out.Path(), error, kExitCannotWrite);
+  const bool written = type == files::FileType::kTiff
+                           ? files::WriteTiff(out.Open(), image, notes, error)
+                           : files::WriteImage(out.Open(), type, image, error);
+  if (!written) throw Failure(out.Path(), error, kExitCannotWrite);
   out.Commit();
+}
+
+ePatternOrigin OriginNamed(const std::string &name) {
+  for (std::size_t i = 0; i < 4; ++i)
+    if (name == kOriginNames[i]) return kOrigins[i];
+  return eOriginGB;
+}
+
+const char *NameOf(ePatternOrigin origin) {
+  for (std::size_t i = 0; i < 4; ++i)
+    if (origin == kOrigins[i]) return kOriginNames[i];
+  return "?";
+}
+
+// ---- white balance ------------------------------------------------------------
+
+// Red, green, blue gains for one input: the file's as-shot multipliers, the
+// user's, or none.
+struct Gains {
+  double rgb[3] = {1, 1, 1};
+  bool Unity() const { return rgb[0] == 1 && rgb[1] == 1 && rgb[2] == 1; }
+};
+
+Gains GainsFor(const std::string &path, const Settings &s,
+               const std::optional<files::CameraRaw> &camera) {
+  Gains g;
+  if (s.whiteBalance == WhiteBalance::kGains) std::copy(s.gains, s.gains + 3, g.rgb);
+  const bool fromFile = s.whiteBalance == WhiteBalance::kCamera ||
+                        (s.whiteBalance == WhiteBalance::kDefault && camera);
+  if (!fromFile) return g;
+  if (!camera)
+    throw Failure(path, "--white-balance camera: only camera raw files record an as-shot white "
+                        "balance; give the gains as --white-balance R,G,B");
+  if (camera->multipliers[0] == 0) {
+    if (!s.quiet)
+      std::fprintf(stderr, "tavrix: %s: records no as-shot white balance; written without\n",
+                   path.c_str());
+    return g;
+  }
+  std::copy(camera->multipliers, camera->multipliers + 3, g.rgb);
+  return g;
+}
+
+// Builds the converter's tables for this frame and multiplies them by the
+// gains. The entry points rebuild the tables when the frame's depth settings
+// differ from the stored ones, which would undo the gains: a 4 x 4 conversion
+// with the same entry point stores this frame's settings first. Without gains
+// the tables are rebuilt all the same, since an earlier frame may have scaled them.
+void PrepareTables(CBayerConverter &conv, const Settings &s, Record record,
+                   const files::GreyImage &m, const Gains &g) {
+  if (!g.Unity()) {
+    const files::GreyImage probe{4, 4, m.bits, m.wide, std::vector<std::uint16_t>(16, 0)};
+    std::vector<std::uint16_t> scratch(4 * 4 * 3, 0);
+    conv.SetSampleFactor(1);
+    Convert(conv, s, record, probe, {4, 4}, scratch.data());
+    conv.SetSampleFactor(s.decimate);
+  }
+  conv.SetColorBalance(s.offsets[0], s.offsets[1], s.offsets[2]);
+  if (g.Unity()) return;
+  // The 32-bit fast pass of 16-bit samples reads 8-bit values from its tables;
+  // every other conversion reads values on the sensor's scale.
+  const bool eightBitTables = record == Record::kBgrx32 && s.mode == eFastBilinear && m.wide;
+  const double top = eightBitTables ? 255 : double((1u << m.bits) - 1);
+  unsigned short *const tables[3] = {conv.GetRedLUT(), conv.GetGreenLUT(), conv.GetBlueLUT()};
+  constexpr std::size_t kLutSize = 65536;  // any 16-bit sample indexes it
+  for (int c = 0; c < 3; ++c)
+    for (std::size_t i = 0; i < kLutSize; ++i)
+      tables[c][i] = static_cast<unsigned short>(std::min(top, std::floor(tables[c][i] * g.rgb[c] + 0.5)));
+}
+
+// What a TIFF records of how it was made.
+files::TiffNotes NotesFor(const Settings &s, const files::GreyImage &m, ePatternOrigin origin,
+                          const Gains &g, const std::optional<files::CameraRaw> &camera,
+                          int outputBits) {
+  static const char *const kModeNames[] = {"fast", "bilinear", "laplacian1", "laplacian2"};
+  char gains[96];
+  std::snprintf(gains, sizeof gains, "%.4g,%.4g,%.4g", g.rgb[0], g.rgb[1], g.rgb[2]);
+  files::TiffNotes notes;
+  notes.description = "tavrix demosaic: " + std::to_string(m.bits) + "-bit mosaic, pattern " +
+                      NameOf(origin) + ", algorithm " + kModeNames[int(s.mode) & 3] +
+                      ", white balance gains " + gains + "; " + std::to_string(outputBits) +
+                      " significant bits per channel";
+  if (camera) {
+    notes.description += "; black level " + std::to_string(camera->black) + ", white level " +
+                         std::to_string(camera->white);
+    notes.make = camera->make;
+    notes.model = camera->model;
+  }
+  notes.software = std::string("tavrix ") + TAVRIX_TOOL_VERSION;
+  return notes;
 }
 
 TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) {
   const files::FileType type = OutputType(task.output);
   OutputFile out(task.output, s.replace);
-  const files::GreyImage mosaic = LoadMosaic(task.input, s);
+  std::optional<files::CameraRaw> camera;
+  const files::GreyImage mosaic = LoadMosaic(task.input, s, camera);
   CheckMosaic(task.input, mosaic);
   const Record record = s.recordGiven ? s.record : mosaic.wide ? Record::kBgr48 : Record::kBgr24;
   if (record == Record::kBgr48 && !mosaic.wide)
     throw Failure(task.input, "--output bgr48 needs 16-bit samples; this mosaic has 8-bit samples");
   const Geometry g = GeometryOf(task.input, mosaic, s.decimate);
+  const ePatternOrigin origin = camera ? OriginNamed(camera->pattern) : s.sensor.origin;
+  conv.SetPatternOrigin(origin);
+  const Gains gains = GainsFor(task.input, s, camera);
+  PrepareTables(conv, s, record, mosaic, gains);
 
   // Zero-filled, so that pixels the algorithm leaves unwritten come out black.
   const std::size_t bytes = std::size_t(g.buffer.width) * std::size_t(g.buffer.height) * RecordBytes(record);
@@ -385,7 +552,7 @@ TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) 
       break;
   }
   if (s.crop) Crop(image, s.cropBox, task.input);
-  WriteResult(out, type, image);
+  WriteResult(out, type, image, NotesFor(s, mosaic, origin, gains, camera, image.bits));
   return result;
 }
 
@@ -395,15 +562,14 @@ int DemosaicCommand(const std::vector<std::string> &args) {
   const Arguments a("demosaic", args, kOptions);
   const Settings s = ReadSettings(a);
   std::string extension = files::PngSupported() ? ".png" : ".ppm";
-  if (a.Has("--format")) extension = kFormatExtensions[a.Choice("--format", {"png", "ppm", "pam"})];
+  if (a.Has("--format"))
+    extension = kFormatExtensions[a.Choice("--format", {"png", "ppm", "pam", "tiff"})];
   const std::vector<Task> tasks =
       TasksOf(a, [&](const std::string &name) { return ReplaceExtension(name, extension); });
 
   auto conv = std::make_unique<CBayerConverter>();  // ~400 KB of tables: one for all frames
-  conv->SetPatternOrigin(s.sensor.origin);
   conv->SetCalcMode(s.mode);
   conv->SetSampleFactor(s.decimate);
-  conv->SetColorBalance(s.offsets[0], s.offsets[1], s.offsets[2]);
   conv->SetColorCorrectionMode(s.correct);
   // The 32-bit entry points correct with the stored matrix, the others with their argument.
   const double *m = s.matrix.m_matrix;

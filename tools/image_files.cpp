@@ -433,6 +433,7 @@ FileType TypeFromName(const std::string &path) {
   if (ext == "ppm") return FileType::kPpm;
   if (ext == "pam") return FileType::kPam;
   if (ext == "pgm") return FileType::kPgm;
+  if (ext == "tif" || ext == "tiff") return FileType::kTiff;
   return FileType::kUnknown;
 }
 

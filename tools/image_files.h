@@ -29,7 +29,7 @@ struct GreyImage {
   std::vector<std::uint16_t> data;  // width * height samples
 };
 
-enum class FileType { kPng, kPpm, kPam, kPgm, kUnknown };
+enum class FileType { kPng, kPpm, kPam, kPgm, kTiff, kUnknown };
 
 // The type named by the file's extension (case-insensitive).
 FileType TypeFromName(const std::string &path);

@@ -7,8 +7,10 @@
 
 #include <tavrix/tavrix.h>
 
+#include "camera_raw.h"
 #include "cli.h"
 #include "image_files.h"
+#include "tiff_files.h"
 
 namespace {
 
@@ -21,7 +23,8 @@ const char kHelp[] = R"(Usage: tavrix COMMAND ARGUMENTS [OPTIONS]
 Raw frames of single-sensor colour cameras, from the shell.
 
 Commands:
-  demosaic    raw Bayer mosaic (PGM or headerless) -> colour image (PNG, PPM, PAM)
+  demosaic    raw Bayer mosaic (PGM, headerless or camera raw: DNG, CR2, NEF, ...)
+              -> colour image (PNG, TIFF, PPM, PAM)
   balance     automatic colour balance of a colour image
   compress    compress a file losslessly (rle, lz77 or huffman)
   decompress  restore a file written by compress
@@ -56,6 +59,13 @@ void PrintVersion() {
               tavrix::files::PngSupported()
                   ? ("through libpng " + tavrix::files::PngVersion()).c_str()
                   : "not available: libpng was not found at build time");
+  std::printf("TIFF %s; camera raw files %s\n",
+              tavrix::files::TiffSupported()
+                  ? ("through libtiff " + tavrix::files::TiffVersion()).c_str()
+                  : "not available: libtiff was not found at build time",
+              tavrix::files::CameraRawSupported()
+                  ? ("through LibRaw " + tavrix::files::LibRawVersion()).c_str()
+                  : "not available: LibRaw was not found at build time");
 }
 
 bool AsksForHelp(const std::vector<std::string> &args) {

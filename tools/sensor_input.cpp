@@ -10,8 +10,8 @@ SensorFormat ReadSensorFormat(const Arguments &a) {
   std::optional<Packing> named;
   if (a.Has("--pattern")) {
     PatternName name;
-    std::string why;
-    if (!ParsePatternName(a.Value("--pattern"), &name, &why)) a.Refuse("--pattern: " + why);
+    if (Status s = ParsePatternName(a.Value("--pattern"), &name); !s.ok())
+      a.Refuse("--pattern: " + s.message());
     f.origin = name.origin;
     named = name.packing;
     f.packing = name.packing;
@@ -39,8 +39,7 @@ int HeaderlessBits(const Arguments &a, const SensorFormat &f, int bits, int widt
   if (bits == 0)
     a.Refuse(std::string("--packing ") + PackingName(*f.packing) +
              " carries 1 to 16 bits: give --bits");
-  std::string why;
-  if (!CheckPacking(*f.packing, bits, width, &why)) a.Refuse(why);
+  if (Status s = CheckPacking(*f.packing, bits, width); !s.ok()) a.Refuse(s.message());
   return bits;
 }
 
@@ -62,9 +61,12 @@ bool ReadPackedMosaic(const std::string &path, int width, int height, int bits, 
   m.bits = bits;
   m.wide = packing != Packing::kPlain8;
   m.data.resize(std::size_t(width) * std::size_t(height));
-  if (!Unpack(packing, bits, width, height, bytes.data(), rowBytes, m.data.data(),
-              2 * std::size_t(width), &error))
+  if (Status s = Unpack(packing, bits, width, height, bytes.data(), rowBytes, m.data.data(),
+                        2 * std::size_t(width));
+      !s.ok()) {
+    error = s.message();
     return false;
+  }
   image = std::move(m);
   return true;
 }

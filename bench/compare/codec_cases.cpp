@@ -117,10 +117,6 @@ struct Input {
   std::size_t size;
 };
 
-// The LZ77 search is exhaustive, so its time grows with the square of the input:
-// it runs on a leading slice of whole rows (a full 4096x3072 frame takes minutes).
-constexpr std::size_t kLz77SliceBytes = std::size_t(1) << 20;
-
 void AddCodec(const Codec &codec, const Input &input, const std::string &prefix,
               Buffers &buffers) {
   // Encoded once, the first time a decode case runs, outside its timing.
@@ -170,21 +166,14 @@ void AddCodecCases(const Frame &f, Buffers &buffers) {
     const std::string section = "Compression " + size + ", " + input.name +
                                 " mosaic (MB/s of raw bytes)";
     const std::string memcpyCase = prefix + "memcpy";
-    const Input slice = {input.name, input.bytes, std::min(input.size, kLz77SliceBytes)};
-    const bool sliced = slice.size < input.size;
     for (const auto &[name, type] : {std::make_pair("Huffman", eHuffman),
                                      std::make_pair("LZ77", eLZ77), std::make_pair("RLE", eRLE)}) {
-      const bool lz77 = type == eLZ77;
-      const Input &in = lz77 ? slice : input;
-      Codec codec = TavrixCodec(name, type, in.size);
-      if (lz77 && sliced) codec.name += "_1MiB";
-      AddCodec(codec, in, prefix, buffers);
+      const Codec codec = TavrixCodec(name, type, input.size);
+      AddCodec(codec, input, prefix, buffers);
       for (const char *step : {"encode", "decode"})
-        for (const char *peer : {"zstd_1", "zlib_1"})
-          AddComparison({section,
-                         std::string(name) + " " + step + (lz77 && sliced ? " (first 1 MiB)" : ""),
-                         prefix + codec.name + "/" + step, prefix + peer + "/" + step, memcpyCase,
-                         ""});
+        for (const char *peer : {"zstd_1", "zlib_1", "lz4"})
+          AddComparison({section, std::string(name) + " " + step, prefix + codec.name + "/" + step,
+                         prefix + peer + "/" + step, memcpyCase, ""});
     }
     for (const Codec &codec : peers) AddCodec(codec, input, prefix, buffers);
     AddMemcpyCase(memcpyCase, Unit::kMegabytes, input.size, input.size, buffers);

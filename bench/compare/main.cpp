@@ -139,6 +139,8 @@ int main(int argc, char **argv) {
                frame.source + ";";
     if (options.suites.find("demosaic") != std::string::npos)
       bench::AddDemosaicCases(frame, buffers);
+    if (options.suites.find("demosaic") != std::string::npos)
+      bench::AddFastPassCases(frame, buffers);
     if (options.suites.find("balance") != std::string::npos) bench::AddBalanceCases(frame, buffers);
     if (options.suites.find("codec") != std::string::npos) bench::AddCodecCases(frame, buffers);
   }

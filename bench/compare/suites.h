@@ -20,6 +20,8 @@ struct Buffers {
 };
 
 void AddDemosaicCases(const Frame &frame, Buffers &buffers);
+// Corrected, byte-select, custom-table and decimating fast passes (after AddDemosaicCases).
+void AddFastPassCases(const Frame &frame, Buffers &buffers);
 void AddBalanceCases(const Frame &frame, Buffers &buffers);
 void AddCodecCases(const Frame &frame, Buffers &buffers);
 

@@ -43,7 +43,8 @@ enum class SampleBytes : int {
 struct DemosaicOptions {
   ePatternOrigin origin = eOriginGB;  // colour kind of row 0
   Algorithm algorithm = Algorithm::kFastBilinear;
-  // Significant bits of 16-bit samples, 8..16; 0 means 16. 8-bit samples: ignored.
+  // Significant bits of 16-bit samples, 8..16; 0 means the depth the raw view's
+  // packing fixes (RAW12: 12), else 16. 8-bit samples: ignored.
   int bitDepth = 0;
   // 16-bit samples to 32-bit output only; other combinations need kWhole.
   SampleBytes sampleBytes = SampleBytes::kWhole;

@@ -46,19 +46,19 @@
 //
 // Refusals: a call whose arguments a layout cannot express (a width that is not
 // a whole number of groups, a bit depth the layout does not carry, a stride
-// shorter than a row, a null buffer) returns false, says why in `*why` when
-// `why` is not null, and writes nothing.
+// shorter than a row, a null buffer) returns a Status that says why, with the
+// numbers, and writes nothing.
 #ifndef TAVRIX_FORMATS_H
 #define TAVRIX_FORMATS_H
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "tavrix/bayer_converter.h"
 #include "tavrix/export.h"
+#include "tavrix/status.h"
 
 namespace tavrix {
 
@@ -93,18 +93,18 @@ TAVRIX_API int PackingGroupBytes(Packing packing);
 TAVRIX_API std::size_t PackedRowBytes(Packing packing, int width);
 
 // Whether rows of `width` samples of `bits` significant bits can be expressed
-// in `packing`; `*why` says why not.
-TAVRIX_API bool CheckPacking(Packing packing, int bits, int width, std::string *why = nullptr);
+// in `packing` (kInvalidOption: the layout or the bits; kInvalidSize: the width).
+TAVRIX_API Status CheckPacking(Packing packing, int bits, int width);
 
 // Whole frames. Strides are in bytes between the starts of consecutive rows;
 // `sampleStride` must be even and at least 2 * width, `packedStride` at least
 // PackedRowBytes(packing, width). The buffers must not overlap.
-TAVRIX_API bool Unpack(Packing packing, int bits, int width, int height, const void *packed,
-                       std::size_t packedStride, std::uint16_t *samples,
-                       std::size_t sampleStride, std::string *why = nullptr);
-TAVRIX_API bool Pack(Packing packing, int bits, int width, int height,
-                     const std::uint16_t *samples, std::size_t sampleStride, void *packed,
-                     std::size_t packedStride, std::string *why = nullptr);
+TAVRIX_API Status Unpack(Packing packing, int bits, int width, int height, const void *packed,
+                         std::size_t packedStride, std::uint16_t *samples,
+                         std::size_t sampleStride);
+TAVRIX_API Status Pack(Packing packing, int bits, int width, int height,
+                       const std::uint16_t *samples, std::size_t sampleStride, void *packed,
+                       std::size_t packedStride);
 
 // Unpacks one row at a time, for code that converts a frame in bands (so that
 // a packed frame never needs a full-size unpacked copy). Prepare checks the
@@ -115,8 +115,8 @@ public:
   using RowFunction = void (*)(const std::uint8_t *packed, std::uint16_t *samples,
                                std::size_t width, unsigned shift);
 
-  // False (and the unpacker stays unprepared) when CheckPacking refuses.
-  bool Prepare(Packing packing, int bits, int width, std::string *why = nullptr);
+  // Refused (and the unpacker stays unprepared) when CheckPacking refuses.
+  Status Prepare(Packing packing, int bits, int width);
 
   bool Prepared() const { return function_ != nullptr; }
   int Width() const { return int(width_); }
@@ -155,8 +155,8 @@ struct PatternName {
 //   - GenICam PFNC: Bayer<RG|GB|GR|BG><8|10|10p|12|12p|12Packed|14|16>;
 //   - DNG CFAPattern colour indexes (0 red, 1 green, 2 blue), "0112" or "0 1 1 2";
 //   - dcraw filter words in hex, e.g. 0x94949494 (RGGB).
-TAVRIX_API bool ParsePatternName(std::string_view name, PatternName *out,
-                                 std::string *why = nullptr);
+// A name that is none of these is refused (kInvalidOption) and *out left alone.
+TAVRIX_API Status ParsePatternName(std::string_view name, PatternName *out);
 
 // OpenCV's numeric Bayer codes (COLOR_Bayer**2BGR, 2BGRA, 2GRAY, _VNG, _EA): the
 // mosaic that the code converts to BGR order. A code shared by a 2RGB name

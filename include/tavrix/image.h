@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "tavrix/bayer_converter.h"
+#include "tavrix/formats.h"
 
 namespace tavrix {
 
@@ -30,13 +31,26 @@ enum class PixelFormat : int {
 constexpr std::size_t BytesPerSample(SampleType type) { return type == SampleType::kMono8 ? 1 : 2; }
 constexpr std::size_t BytesPerPixel(PixelFormat format) { return std::size_t(format) / 8; }
 
-// A raw Bayer mosaic, read only.
+// A raw Bayer mosaic, read only. 16-bit samples may arrive in a sensor layout
+// (`packing`, see formats.h: RAW10, Mono12p, MSB-aligned words, ...); they are
+// unpacked a band of rows at a time, never as a whole frame.
 struct RawView {
   const void *data = nullptr;
   int width = 0;
   int height = 0;
   std::ptrdiff_t strideBytes = 0;  // 0: packed
   SampleType type = SampleType::kMono8;
+  Packing packing = Packing::kPlain16;  // kMono16 only; kPlain8 and kPlain16 both mean plain
+
+  // A mosaic in a sensor layout, delivered as 16-bit samples to the converter.
+  static RawView Packed(const void *data, int width, int height, Packing packing,
+                        std::ptrdiff_t strideBytes = 0) {
+    return {data, width, height, strideBytes, SampleType::kMono16, packing};
+  }
+  bool Unpacks() const {
+    return type == SampleType::kMono16 && packing != Packing::kPlain16 &&
+           packing != Packing::kPlain8;
+  }
 
   static RawView Mono8(const std::uint8_t *data, int width, int height,
                        std::ptrdiff_t strideBytes = 0) {
@@ -46,7 +60,10 @@ struct RawView {
                         std::ptrdiff_t strideBytes = 0) {
     return {data, width, height, strideBytes, SampleType::kMono16};
   }
-  std::ptrdiff_t RowBytes() const { return std::ptrdiff_t(width) * BytesPerSample(type); }
+  std::ptrdiff_t RowBytes() const {
+    if (Unpacks()) return width < 0 ? 0 : std::ptrdiff_t(PackedRowBytes(packing, width));
+    return std::ptrdiff_t(width) * BytesPerSample(type);
+  }
   std::ptrdiff_t Stride() const { return strideBytes != 0 ? strideBytes : RowBytes(); }
 };
 

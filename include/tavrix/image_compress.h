@@ -40,7 +40,9 @@ public:
 
   /// Selects the codec and the image size in bytes (kept modulo 2^32) and
   /// returns the stream capacity it advertises. Releases any previous match
-  /// table; for eLZ77 allocates a new one of 65536 + size 32-bit entries
+  /// table; for eLZ77 allocates a new one of 65536 + size 32-bit entries and,
+  /// in the same block, the scratch memory of the match search: at most 16
+  /// more bytes per image byte, about 20 bytes per image byte in all
   /// (std::bad_alloc if that fails).
   ///
   /// Returned value: eHuffman size + 388; eLZ77 and eRLE
@@ -81,6 +83,13 @@ public:
   /// produce as many bytes as they describe; Huffman produces the image size
   /// (fewer only if a bit pattern matches no code). It checks nothing: a damaged
   /// or foreign stream makes it read and write outside the buffers.
+  ///
+  /// Huffman reads nothing past the payload that the length word declares: bits
+  /// it needs beyond it (a short or cut stream) read as 0. A code tree with more
+  /// than 256 leaves is not decoded (nothing is written). Leaves deeper than 32
+  /// bits are kept: the bytes decode as long as no code search reaches them, and
+  /// a search that would (a bit pattern matching none of the codes of up to 32
+  /// bits) ends the decoding there.
   bool DecodeImage(void *source, void *destination);
 
   /// Checked decoder, for streams from disk or a network. Never reads past
@@ -90,9 +99,10 @@ public:
   /// an unknown codec, a length word below 4 or different from `sourceSize`, a
   /// token running past the payload, an LZ77 length below 4 or distance of 0
   /// or reaching before the start of the output, output that would exceed
-  /// `destinationSize`, a Huffman tree with more than 256 leaves or deeper than
-  /// 32 levels, or Huffman bits running out. For every well-formed stream it
-  /// returns true and writes exactly what the trusted decoder writes.
+  /// `destinationSize`, a Huffman tree with more than 256 leaves, a Huffman code
+  /// search reaching a leaf deeper than 32 bits, or Huffman bits running out.
+  /// For every well-formed stream it returns true and writes exactly what the
+  /// trusted decoder writes.
   bool DecodeImage(const void *source, unsigned long sourceSize, void *destination,
                    unsigned long destinationSize);
 

@@ -4,6 +4,8 @@
 
 #include <functional>
 
+#include "tavrix/export.h"
+
 namespace tavrix {
 
 // A host's own scheduler (a TBB arena, an OpenMP team, a game engine's jobs).
@@ -24,7 +26,7 @@ struct Parallelism {
 };
 
 // The number of hardware threads (at least 1).
-int HardwareThreads();
+TAVRIX_API int HardwareThreads();
 
 }  // namespace tavrix
 

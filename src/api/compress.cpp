@@ -86,7 +86,7 @@ Status Decompress(Codec codec, const void *source, std::size_t sourceSize, void 
     if (!codecObject.DecodeImage(source, static_cast<unsigned long>(sourceSize), aside.data(),
                                  static_cast<unsigned long>(destinationSize)))
       return Status(StatusCode::kCorruptStream,
-                    Format("stream of %zu bytes is not a %s stream of an image of %zu bytes",
+                    Format("stream of %zu bytes is not a valid %s stream of an image of %zu bytes",
                            sourceSize, Name(codec), destinationSize));
     if (destinationSize > 0) std::memcpy(destination, aside.data(), destinationSize);
     return Status();

@@ -1,24 +1,21 @@
 // Demosaic through views: checks with reasons, then the converter's entry
 // points on bands of rows.
 //
-// Bands. The kernels work on whole packed frames. A band of output rows [a, b)
-// is produced exactly by converting the sub-frame of rows [a - h, b + h) (h from
-// HaloRows, clipped to the frame): every row of the band sees the same input, and
-// the same caller values in the frame the algorithm never writes, as in the
-// whole frame. Rows near a sub-frame's cut come out differently and are thrown away.
+// Three ways to run, by what the views allow:
+//   - packed views, one thread: the entry point on the caller's buffers;
+//   - rows the kernels' banded entries can read (direct_bands.h): those
+//     entries on the caller's rows, a band per task;
+//   - otherwise (sensor layouts to unpack, 16-bit rows at odd addresses):
+//     halo bands through scratch, below.
 //
-//   packed views: each task converts its band in place on the caller's buffers
-//     (one sub-frame call), then redoes the h rows beside each cut through a
-//     small scratch sub-frame and copies them back;
-//   padded views: each task converts its band in chunks of rows through scratch
-//     (input rows packed, output rows pre-filled with what the caller held).
-//
-// Rows a sub-frame reads but does not keep must hold what the caller left
-// there: the frame the algorithm never writes is read by some passes and
-// rewritten by the correction pass. So the rows around every cut are copied
-// before any task starts (no task then reads rows another one writes), and a
-// task working down its band in chunks keeps the rows the next chunk reads
-// above itself before writing them back.
+// Halo bands. The entry points work on whole packed frames. A band of output
+// rows [a, b) is produced exactly by converting the sub-frame of rows
+// [a - h, b + h) (h from HaloRows, clipped to the frame) in scratch: every row
+// of the band sees the same input, and the same caller values in the frame the
+// algorithm never writes, as in the whole frame. Rows near a sub-frame's cut
+// come out differently and are thrown away. Each task converts its band in
+// chunks of rows (input rows packed or unpacked, output rows pre-filled with
+// what the caller held) and copies the chunk's own rows back.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
@@ -27,6 +24,7 @@
 
 #include "api/converter_cache.h"
 #include "api/demosaic_plan.h"
+#include "api/direct_bands.h"
 #include "api/messages.h"
 #include "api/task_runner.h"
 #include "bayer/walk_limits.h"
@@ -118,7 +116,9 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
   if (!ValidAlgorithm(o.algorithm))
     return Status(StatusCode::kInvalidOption,
                   Format("algorithm %d is not one of 0..3", int(o.algorithm)));
-  const int depth = !wide ? 8 : o.bitDepth == 0 ? 16 : o.bitDepth;
+  // Unset: the depth a sensor layout fixes, or the sample width.
+  const int fixedBits = raw.Unpacks() ? PackingFixedBits(raw.packing) : 0;
+  const int depth = !wide ? 8 : o.bitDepth != 0 ? o.bitDepth : fixedBits != 0 ? fixedBits : 16;
   if (depth < 8 || depth > 16)
     return Status(StatusCode::kInvalidOption,
                   Format("bit depth %d is outside 8..16", o.bitDepth));
@@ -133,6 +133,12 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
     return Status(StatusCode::kInvalidOption,
                   Format("sample factor %d is below 1", o.sampleFactor));
 
+  if (raw.type == SampleType::kMono16 && raw.packing == Packing::kPlain8)
+    return Status(StatusCode::kInvalidOption, "16-bit samples cannot be in the plain8 layout");
+  if (raw.type == SampleType::kMono8 && raw.packing != Packing::kPlain8 &&
+      raw.packing != Packing::kPlain16)
+    return Status(StatusCode::kInvalidOption,
+                  Format("8-bit samples cannot be in the %s layout", PackingName(raw.packing)));
   const ISize in{raw.width, raw.height};
   if (!IsBayerFrame(in))
     return Status(StatusCode::kInvalidSize,
@@ -169,8 +175,14 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
                   Format("output is %dx%d but the input needs at least %dx%d", out.width,
                          out.height, in.width, in.height));
   }
+  RowUnpacker unpacker;
+  if (raw.Unpacks()) {
+    std::string why;
+    if (!unpacker.Prepare(raw.packing, depth, raw.width, &why))
+      return Status(StatusCode::kInvalidOption, why);
+  }
   if (plan != nullptr) {
-    *plan = DemosaicPlan{raw, out, o, depth, format, decimates, HaloRows(o.algorithm)};
+    *plan = DemosaicPlan{raw, out, o, depth, format, decimates, HaloRows(o.algorithm), unpacker};
     plan->options.parallel = Parallelism();
   }
   return Status();
@@ -226,8 +238,20 @@ void ConvertFrame(CachedConverter &slot, const DemosaicPlan &p, const void *in, 
   if (p.output.format != PixelFormat::kBgrx32) slot.key.thresholdBits = p.bitDepth;
 }
 
-// Copies of the caller's output rows around every cut between tasks, taken
-// before the tasks start.
+// One raw row into packed samples (`to` aligned for 16-bit samples).
+void CopyRawRow(const DemosaicPlan &p, const unsigned char *from, unsigned char *to) {
+  if (p.raw.Unpacks())
+    p.unpacker(from, reinterpret_cast<std::uint16_t *>(to));
+  else
+    std::memcpy(to, from, std::size_t(p.raw.width) * BytesPerSample(p.raw.type));
+}
+
+// Rows a sub-frame reads but does not keep must hold what the caller left
+// there: some passes read the frame the algorithm never writes, and the
+// correction pass rewrites it. So the rows within a halo of every cut between
+// tasks are copied before any task starts (no task then reads rows another one
+// writes), and a task working down its band keeps the rows the next chunk reads
+// above itself (`carry`) before writing them back.
 class HaloCopy {
  public:
   HaloCopy(const DemosaicPlan &p, const std::vector<int> &cuts, int reach) : p_(p) {
@@ -296,7 +320,7 @@ class BandRunner {
     unsigned char *in = base, *out = base + inBytes;
     const auto *raw = static_cast<const unsigned char *>(p_.raw.data);
     for (int r = from; r < to; ++r) {
-      std::memcpy(in + std::size_t(r - from) * inRow, raw + std::ptrdiff_t(r) * p_.raw.Stride(), inRow);
+      CopyRawRow(p_, raw + std::ptrdiff_t(r) * p_.raw.Stride(), in + std::size_t(r - from) * inRow);
       const unsigned char *row = halo_.Copied(r);
       if (row == nullptr && r < a) row = &carry[std::size_t(r - carryFrom) * outRow];
       if (row == nullptr) row = halo_.CallerRow(r);
@@ -312,24 +336,8 @@ class BandRunner {
                   outRow);
   }
 
-  // A task's whole band.
-  void Run(CachedConverter &slot, Band own, int chunkRows, bool inPlace) const {
-    if (inPlace && own.to - own.from >= 4) {
-      const ISize size{width_, own.to - own.from};
-      const auto *in = static_cast<const unsigned char *>(p_.raw.data) +
-                       std::ptrdiff_t(own.from) * p_.raw.Stride();
-      auto *out = const_cast<unsigned char *>(halo_.CallerRow(own.from));
-      ConvertFrame(slot, p_, in, size, out, size);
-      // The rows beside each cut saw the cut: redo them with their halo.
-      // (the rows they read all lie in the halo copy).
-      const int h = p_.halo;
-      std::vector<unsigned char> carry;
-      int carryFrom = 0;
-      if (own.from > 0) Region(slot, own.from, std::min(own.to, own.from + h), carry, carryFrom);
-      if (own.to < height_)
-        Region(slot, std::max(own.from, own.to - h), own.to, carry, carryFrom);
-      return;
-    }
+  // A task's whole band, in chunks.
+  void Run(CachedConverter &slot, Band own, int chunkRows) const {
     std::vector<unsigned char> carry;
     int carryFrom = own.from;
     for (int a = own.from; a < own.to; a += chunkRows)
@@ -366,8 +374,7 @@ void RunWhole(const DemosaicPlan &p, CachedConverter &slot, bool packed) {
   auto *ob = reinterpret_cast<unsigned char *>(outBuf.data());
   const auto *raw = static_cast<const unsigned char *>(p.raw.data);
   auto *dst = static_cast<unsigned char *>(p.output.data);
-  for (int r = 0; r < in.height; ++r)
-    std::memcpy(ib + r * inRow, raw + std::ptrdiff_t(r) * p.raw.Stride(), inRow);
+  for (int r = 0; r < in.height; ++r) CopyRawRow(p, raw + std::ptrdiff_t(r) * p.raw.Stride(), ib + r * inRow);
   for (int r = 0; r < out.height; ++r)
     std::memcpy(ob + r * outRow, dst + std::ptrdiff_t(r) * p.output.Stride(), outRow);
   ConvertFrame(slot, p, ib, in, ob, out);
@@ -391,34 +398,47 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
   const std::size_t sampleBytes = BytesPerSample(p.raw.type);
   const std::size_t pixelBytes = BytesPerPixel(p.output.format);
   // In place needs packed rows of the input's width and samples the kernels may read as such.
-  const bool packed = p.raw.Stride() == p.raw.RowBytes() && IsAligned(p.raw.data, sampleBytes) &&
+  const bool packed = !p.raw.Unpacks() && p.raw.Stride() == p.raw.RowBytes() &&
+                      IsAligned(p.raw.data, sampleBytes) &&
                       p.output.Stride() == std::ptrdiff_t(p.output.width * pixelBytes) &&
                       IsAligned(p.output.data, pixelBytes == 6 ? 2 : 1);
-  const bool inPlace = packed && p.output.width == p.raw.width && chunkRows == 0;
   const TableKey key = KeyFor(p);
   const bool thresholds = p.output.format == PixelFormat::kBgrx32;
   const int height = p.raw.height;
-  int tasks = std::min(TaskCount(parallel), height / 2);
-  if (p.decimates || (tasks <= 1 && inPlace)) {
+  const int tasks = std::max(1, std::min(TaskCount(parallel), height / 2));
+  auto convert = [&](auto run) {
     std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
-    if (p.decimates) {
-      RunWhole(p, *slot, packed);
-    } else {
-      const ISize in{p.raw.width, p.raw.height};
-      ConvertFrame(*slot, p, p.raw.data, in, p.output.data, in);
-    }
+    run(*slot);
     ReleaseConverter(std::move(slot));
-    return;
+  };
+  if (tasks == 1 && chunkRows == 0 && packed &&
+      (p.decimates || p.output.width == p.raw.width)) {
+    const ISize in{p.raw.width, p.raw.height}, out{p.output.width, p.output.height};
+    return convert([&](CachedConverter &slot) {
+      ConvertFrame(slot, p, p.raw.data, in, p.output.data, p.decimates ? out : in);
+    });
   }
-  if (tasks < 1) tasks = 1;
+  const bool direct = RunsDirect(p);
+  if (p.decimates && !direct)
+    return convert([&](CachedConverter &slot) { RunWhole(p, slot, packed); });
+  if (direct && (chunkRows == 0 || p.decimates)) {
+    return convert([&](CachedConverter &slot) {
+      // A call the entry point refuses refreshes the tables (and, for the 24-
+      // and 48-bit outputs, the matrix and thresholds) without touching a pixel.
+      const std::uint16_t nothing[4] = {};
+      std::uint16_t none[12];
+      ConvertFrame(slot, p, nothing, ISize{2, 2}, none, ISize{2, 2});
+      RunDirect(p, slot, parallel);
+    });
+  }
   std::vector<int> cuts(std::size_t(tasks) + 1);
   for (int k = 0; k <= tasks; ++k) cuts[k] = int(std::int64_t(height / 2) * k / tasks) * 2;
-  const HaloCopy halo(p, cuts, 2 * p.halo);
+  const HaloCopy halo(p, cuts, p.halo);
   const BandRunner runner(p, halo);
   const int chunk = chunkRows > 0 ? chunkRows : DefaultChunkRows(p);
   RunTasks(parallel, tasks, [&](int k) {
     std::unique_ptr<CachedConverter> slot = AcquireConverter(key, thresholds);
-    runner.Run(*slot, Band{cuts[k], cuts[k + 1]}, chunk, inPlace);
+    runner.Run(*slot, Band{cuts[k], cuts[k + 1]}, chunk);
     ReleaseConverter(std::move(slot));
   });
 }

@@ -14,6 +14,7 @@ struct DemosaicPlan {
   unsigned short format;    // sample format code handed to the converter
   bool decimates;           // 32-bit output with a walk that packs its pixels
   int halo;                 // rows a band reaches beyond itself (see HaloRows)
+  RowUnpacker unpacker;     // prepared when the raw view is in a sensor layout
 };
 
 // Checks everything the converter would refuse, and the views, before

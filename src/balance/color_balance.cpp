@@ -6,6 +6,7 @@
 
 #include "balance/level_tables.h"
 #include "balance/pixel_layout.h"
+#include "balance/row_kernels.h"
 
 namespace tavrix::detail {
 namespace {
@@ -13,12 +14,40 @@ namespace {
 constexpr int kOffsetTableDepth = 8;  // offsets and the dispatcher work on 256-entry tables
 constexpr int kOffsetTableEntries = 1 << kOffsetTableDepth;
 
-// Replaces every channel value v by entry v of its table, in place.
+// Replaces every channel value v of pixels from .. width - 1 of a row by entry v of
+// its table, in place. The table pointers are locals: the byte stores could
+// otherwise change them as far as the compiler knows, and it would reload them for
+// every sample.
+template <class Layout>
+void ApplyPixels(uint8_t* row, uint32_t from, uint32_t width, const ConstTables& tables) {
+  const uint16_t* const blue = tables[kBlue];
+  const uint16_t* const green = tables[kGreen];
+  const uint16_t* const red = tables[kRed];
+  uint8_t* pixel = row + size_t(from) * Layout::kPixelBytes;
+  for (uint32_t column = from; column < width; ++column, pixel += Layout::kPixelBytes) {
+    Layout::Put(pixel, kBlue, blue[Layout::Get(pixel, kBlue)]);
+    Layout::Put(pixel, kGreen, green[Layout::Get(pixel, kGreen)]);
+    Layout::Put(pixel, kRed, red[Layout::Get(pixel, kRed)]);
+  }
+}
+
+// What an 8-bit pass stores: the low byte of each of the first 256 entries.
+void PrepareByteTables(const ConstTables& tables, ByteTables& bytes) {
+  for (int c = 0; c < kChannels; ++c)
+    for (int run = 0; run < ByteTables::kRuns; ++run)
+      for (int i = 0; i < 2 * ByteTables::kRunBytes; ++i)
+        bytes.runs[c][run][i] = uint8_t(tables[c][run * ByteTables::kRunBytes + i % ByteTables::kRunBytes]);
+}
+
 template <class Layout> void ApplyTables(const ImageView& image, const ConstTables& tables) {
-  ForEachPixel<Layout>(image, [&tables](uint8_t* pixel) {
-    for (int c = 0; c < kChannels; ++c)
-      Layout::Put(pixel, c, tables[c][Layout::Get(pixel, c)]);
-  });
+  const RowKernels kernels = KernelsFor(KindOf<Layout>());
+  ByteTables bytes;
+  if (kernels.apply) PrepareByteTables(tables, bytes);
+  for (uint32_t row = 0; row < image.height; ++row) {
+    uint8_t* const start = RowStart(image, row);
+    const uint32_t done = kernels.apply ? kernels.apply(start, image.width, bytes) : 0;
+    ApplyPixels<Layout>(start, done, image.width, tables);
+  }
 }
 
 // Returns whether the pass ran (the image was there and the layout accepted).

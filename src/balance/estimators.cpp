@@ -75,8 +75,9 @@ template <class Centre> struct Spread {
   template <class Layout>
   static Correction Measure(const ImageView& image, const TableDepth& depth) {
     const double count = PixelCount(image);
-    const PerChannel<double> means = Means(ChannelSums<Layout>(image), count);
-    const PerChannel<double> squares = SquaredDeviationSums<Layout>(image, means);
+    PerChannel<uint32_t> maxima;
+    const PerChannel<double> means = Means(ChannelSums<Layout>(image, kExactSumLimit, &maxima), count);
+    const PerChannel<double> squares = SquaredDeviationSums<Layout>(image, means, maxima);
     PerChannel<double> deviations;
     for (int c = 0; c < kChannels; ++c) deviations[c] = std::sqrt(squares[c] / count);
     if (deviations[kRed] * deviations[kGreen] * deviations[kBlue] == 0.0) return std::nullopt;

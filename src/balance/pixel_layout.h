@@ -52,6 +52,11 @@ using Bgrx32 = PixelLayout<uint8_t, 4>;
 using Bgr48 = PixelLayout<uint16_t, 6>;
 
 enum class LayoutKind { kBgr24, kBgrx32, kBgr48 };
+template <class Layout> constexpr LayoutKind KindOf() {
+  return Layout::kPixelBytes == Bgr24::kPixelBytes    ? LayoutKind::kBgr24
+         : Layout::kPixelBytes == Bgrx32::kPixelBytes ? LayoutKind::kBgrx32
+                                                      : LayoutKind::kBgr48;
+}
 
 // The layout test: 200 with 24 bpp and 8-bit channels or with 48 bpp, 500 with 32 bpp.
 std::optional<LayoutKind> LayoutOf(const CImageInfo& info);

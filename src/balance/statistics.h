@@ -2,34 +2,58 @@
 #ifndef TAVRIX_BALANCE_STATISTICS_H
 #define TAVRIX_BALANCE_STATISTICS_H
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <optional>
+#include <memory>
+#include <new>
 
 #include "balance/pixel_layout.h"
+#include "balance/row_kernels.h"
 
 namespace tavrix::detail {
 
-// A running double sum of integers is exact while it stays below 2^53, so up to
-// there an integer total converted once gives the very bits of the pass-order sum.
+// Adds the channel values of pixels from .. width - 1 of a row to sums and, unless
+// maxima is null, raises maxima to them.
+template <class Layout>
+void SumPixels(const uint8_t* row, uint32_t from, uint32_t width, uint64_t* sums, uint32_t* maxima) {
+  const uint8_t* pixel = row + size_t(from) * Layout::kPixelBytes;
+  for (uint32_t column = from; column < width; ++column, pixel += Layout::kPixelBytes)
+    for (int c = 0; c < kChannels; ++c) {
+      const uint32_t value = Layout::Get(pixel, c);
+      sums[c] += value;
+      if (maxima && value > maxima[c]) maxima[c] = value;
+    }
+}
+
+// Every partial sum of a pass adding integers in doubles is an integer; while it is
+// below 2^53 it is representable, so each addition is exact and the integer total,
+// summed in any order and converted once, has the very bits of the pass-order sum.
 constexpr uint64_t kExactSumLimit = uint64_t(1) << 53;
 
 // Channel sums, as double-precision sums adding every value in pass order would
-// give them. Rows are summed in integers (no row exceeds 2^32 * 65535 < 2^48);
-// only if the total would reach exactLimit does the rest of the image go through
+// give them. An image whose rows do not overlap never comes near the limit: its
+// buffer of imageSize < 2^32 bytes holds fewer than 2^32 values below 2^16, so the
+// total stays below 2^48. Rows that overlap (a stride shorter than the row) are
+// trusted input too and may repeat a row 2^32 times, so rows are summed in integers
+// (any order; a row holds at most 2^32 x 65535 < 2^48) only while the total stays
+// below exactLimit; from the row that would reach it on, the values go through
 // per-value double additions, keeping the rounding of the pass-order sum.
 template <class Layout>
-PerChannel<double> ChannelSums(const ImageView& image, uint64_t exactLimit = kExactSumLimit) {
+PerChannel<double> ChannelSums(const ImageView& image, uint64_t exactLimit = kExactSumLimit,
+                               PerChannel<uint32_t>* maxima = nullptr) {
+  const RowKernels kernels = KernelsFor(KindOf<Layout>());
+  uint32_t* const top = maxima ? maxima->data() : nullptr;
+  if (top) *maxima = {};
   PerChannel<uint64_t> exact{};
   PerChannel<double> rounded{};
   bool inexact = false;
   for (uint32_t row = 0; row < image.height; ++row) {
     const uint8_t* const start = RowStart(image, row);
     if (!inexact) {
-      PerChannel<uint64_t> rowSum{};
-      const uint8_t* pixel = start;
-      for (uint32_t column = 0; column < image.width; ++column, pixel += Layout::kPixelBytes)
-        for (int c = 0; c < kChannels; ++c) rowSum[c] += Layout::Get(pixel, c);
+      uint64_t rowSum[kChannels] = {};
+      const uint32_t done = kernels.sum ? kernels.sum(start, image.width, rowSum, top) : 0;
+      SumPixels<Layout>(start, done, image.width, rowSum, top);
       bool fits = true;
       for (int c = 0; c < kChannels; ++c) fits = fits && exact[c] + rowSum[c] < exactLimit;
       if (fits) {
@@ -41,7 +65,11 @@ PerChannel<double> ChannelSums(const ImageView& image, uint64_t exactLimit = kEx
     }
     const uint8_t* pixel = start;
     for (uint32_t column = 0; column < image.width; ++column, pixel += Layout::kPixelBytes)
-      for (int c = 0; c < kChannels; ++c) rounded[c] += double(Layout::Get(pixel, c));
+      for (int c = 0; c < kChannels; ++c) {
+        const uint32_t value = Layout::Get(pixel, c);
+        rounded[c] += double(value);
+        if (top && value > top[c]) top[c] = value;
+      }
   }
   if (!inexact)
     for (int c = 0; c < kChannels; ++c) rounded[c] = double(exact[c]);
@@ -59,14 +87,19 @@ inline PerChannel<double> Means(const PerChannel<double>& sums, double count) {
 }
 
 template <class Layout> PerChannel<uint32_t> ChannelMaxima(const ImageView& image) {
-  PerChannel<uint32_t> maxima{};
-  ForEachPixel<Layout>(image, [&](const uint8_t* pixel) {
-    for (int c = 0; c < kChannels; ++c) {
-      const uint32_t value = Layout::Get(pixel, c);
-      if (value > maxima[c]) maxima[c] = value;
-    }
-  });
-  return maxima;
+  const RowKernels kernels = KernelsFor(KindOf<Layout>());
+  uint32_t maxima[kChannels] = {};
+  for (uint32_t row = 0; row < image.height; ++row) {
+    const uint8_t* const start = RowStart(image, row);
+    const uint32_t done = kernels.max ? kernels.max(start, image.width, maxima) : 0;
+    const uint8_t* pixel = start + size_t(done) * Layout::kPixelBytes;
+    for (uint32_t column = done; column < image.width; ++column, pixel += Layout::kPixelBytes)
+      for (int c = 0; c < kChannels; ++c) {
+        const uint32_t value = Layout::Get(pixel, c);
+        if (value > maxima[c]) maxima[c] = value;
+      }
+  }
+  return {maxima[0], maxima[1], maxima[2]};
 }
 
 struct PixelPosition {
@@ -74,17 +107,32 @@ struct PixelPosition {
   uint32_t column;
 };
 
+template <class Layout> uint32_t BlueDistance(const uint8_t* pixel, uint32_t fullScale) {
+  const uint32_t difference = Layout::Get(pixel, kBlue) - fullScale;
+  return 3u * (difference * difference);
+}
+
 // The first pixel whose distance 3 (B - M)^2, in wrapping unsigned 32-bit
 // arithmetic, is below that of every earlier pixel and below M itself; (0, 0)
-// when there is none. Green and red are not looked at.
+// when there is none. Green and red are not looked at. A vector body finds each
+// row's least distance; only a row that holds a new best is searched pixel by pixel.
 template <class Layout> PixelPosition WhitestByBlue(const ImageView& image, uint32_t fullScale) {
+  const RowKernels kernels = KernelsFor(KindOf<Layout>());
   uint32_t best = fullScale;
   PixelPosition found{0, 0};
   for (uint32_t row = 0; row < image.height; ++row) {
-    const uint8_t* pixel = RowStart(image, row);
+    const uint8_t* const start = RowStart(image, row);
+    if (kernels.nearestBlue) {
+      uint32_t least = UINT32_MAX;
+      const uint32_t done = kernels.nearestBlue(start, image.width, fullScale, &least);
+      const uint8_t* pixel = start + size_t(done) * Layout::kPixelBytes;
+      for (uint32_t column = done; column < image.width; ++column, pixel += Layout::kPixelBytes)
+        least = std::min(least, BlueDistance<Layout>(pixel, fullScale));
+      if (least >= best) continue;
+    }
+    const uint8_t* pixel = start;
     for (uint32_t column = 0; column < image.width; ++column, pixel += Layout::kPixelBytes) {
-      const uint32_t difference = Layout::Get(pixel, kBlue) - fullScale;
-      const uint32_t distance = 3u * (difference * difference);
+      const uint32_t distance = BlueDistance<Layout>(pixel, fullScale);
       if (distance < best) {
         best = distance;
         found = {row, column};
@@ -102,45 +150,86 @@ inline double PowerOfTwoDeviation(double value, double mean) {
   return std::pow(value - mean, exponent);
 }
 
-// Memo of PowerOfTwoDeviation per sample value, direct-mapped and filled at
-// construction with the values 0 .. slots - 1: every 8-bit value has its own
-// slot; 16-bit values share kMaxSlots, which holds 11-bit data whole and the
-// slowly varying values of real images at higher depths.
+// The squared deviations of one call, each sample value's computed once, into a
+// memo of the values 0 .. the channel's maximum. Memos for 8-bit channels (at most
+// 6 KB) live here; 16-bit ones are scratch taken for the call. The memo is used only
+// when it has no more entries than the image has values, so that filling it never
+// costs more than computing every term directly, which is what happens otherwise
+// and when no scratch can be had: the same bits, only slower.
 template <class Layout> class DeviationSquares {
 public:
-  explicit DeviationSquares(double mean) : mean_(mean) {
-    for (uint32_t value = 0; value < kSlots; ++value) Fill(value, value);
+  DeviationSquares(const ImageView& image, const PerChannel<double>& means,
+                   const PerChannel<uint32_t>& maxima, bool useMemo = true)
+      : means_(means) {
+    const uint64_t values = uint64_t(kChannels) * image.width * image.height;
+    const uint64_t entries = uint64_t(maxima[0]) + maxima[1] + maxima[2] + kChannels;
+    if (!useMemo || entries > values) return;
+    double* memo = local_;
+    if constexpr (Layout::kValues > kInlineValues) {
+      scratch_.reset(new (std::nothrow) double[size_t(entries)]);
+      if (!scratch_) return;
+      memo = scratch_.get();
+    }
+    for (int c = 0; c < kChannels; ++c) {
+      memo_[c] = memo;
+      for (uint32_t value = 0; value <= maxima[c]; ++value) *memo++ = Compute(c, value);
+    }
   }
-  double operator()(uint32_t value) {
-    const uint32_t slot = value & (kSlots - 1);
-    if (keys_[slot] != value) Fill(slot, value);
-    return squares_[slot];
+  bool HasMemo() const { return memo_[0] != nullptr; }
+  double Known(int channel, uint32_t value) const { return memo_[channel][value]; }
+  double Compute(int channel, uint32_t value) const {
+    return PowerOfTwoDeviation(double(value), means_[channel]);
   }
 
 private:
-  using Sample = typename Layout::Sample;
-  static constexpr size_t kMaxSlots = 2048;  // 20 KB per channel on the stack
-  static constexpr size_t kSlots = Layout::kValues < kMaxSlots ? Layout::kValues : kMaxSlots;
-  void Fill(uint32_t slot, uint32_t value) {
-    keys_[slot] = Sample(value);
-    squares_[slot] = PowerOfTwoDeviation(double(value), mean_);
-  }
-  double mean_;
-  Sample keys_[kSlots];
-  double squares_[kSlots];
+  static constexpr uint32_t kInlineValues = 256;
+  PerChannel<double> means_;
+  PerChannel<const double*> memo_{};
+  double local_[Layout::kValues > kInlineValues ? 1 : kChannels * kInlineValues];
+  std::unique_ptr<double[]> scratch_;
 };
 
-// Sums of squared deviations from the given means, added in pass order.
+// Keeps a running sum in a register of its own. GCC would otherwise pack two of the
+// three sums into one vector register and store it between pixels, which more than
+// doubles the latency of the chain that bounds the pass.
+inline void KeepInRegister(double& sum) {
+#if defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+  asm("" : "+x"(sum));
+#elif defined(__GNUC__) && defined(__aarch64__)
+  asm("" : "+w"(sum));
+#else
+  (void)sum;
+#endif
+}
+
+// Per-channel sums of term(channel, value) over the image, added in pass order:
+// three chains of dependent additions.
+template <class Layout, class Term>
+PerChannel<double> SumInPassOrder(const ImageView& image, const Term& term) {
+  double blue = 0.0, green = 0.0, red = 0.0;
+  for (uint32_t row = 0; row < image.height; ++row) {
+    const uint8_t* pixel = RowStart(image, row);
+    for (uint32_t column = 0; column < image.width; ++column, pixel += Layout::kPixelBytes) {
+      blue += term(kBlue, Layout::Get(pixel, kBlue));
+      green += term(kGreen, Layout::Get(pixel, kGreen));
+      red += term(kRed, Layout::Get(pixel, kRed));
+      KeepInRegister(blue);
+      KeepInRegister(green);
+      KeepInRegister(red);
+    }
+  }
+  return {blue, green, red};
+}
+
+// Sums of squared deviations from the given means, added in pass order; maxima
+// are the channel maxima of the image.
 template <class Layout>
-PerChannel<double> SquaredDeviationSums(const ImageView& image, const PerChannel<double>& means) {
-  DeviationSquares<Layout> squares[kChannels] = {DeviationSquares<Layout>(means[0]),
-                                                 DeviationSquares<Layout>(means[1]),
-                                                 DeviationSquares<Layout>(means[2])};
-  PerChannel<double> sums{};
-  ForEachPixel<Layout>(image, [&](const uint8_t* pixel) {
-    for (int c = 0; c < kChannels; ++c) sums[c] += squares[c](Layout::Get(pixel, c));
-  });
-  return sums;
+PerChannel<double> SquaredDeviationSums(const ImageView& image, const PerChannel<double>& means,
+                                        const PerChannel<uint32_t>& maxima) {
+  const DeviationSquares<Layout> squares(image, means, maxima);
+  if (squares.HasMemo())
+    return SumInPassOrder<Layout>(image, [&squares](int c, uint32_t v) { return squares.Known(c, v); });
+  return SumInPassOrder<Layout>(image, [&squares](int c, uint32_t v) { return squares.Compute(c, v); });
 }
 
 }  // namespace tavrix::detail

@@ -6,6 +6,7 @@
 #include "bayer/kernels/plane_kernels.h"
 #include "bayer/kernels/site_pass.h"
 #include "bayer/lut_rules.h"
+#include "bayer/table_shape.h"
 #include "bayer/walk_limits.h"
 #include "tavrix/bayer_converter.h"
 
@@ -81,7 +82,19 @@ void CBayerConverter::Convert(Record *output, const ISize &outSize, const Sample
   if (!IsBayerFrame(inSize)) return;
   if (kBGRx && (!IsBayerFrame(outSize) || m_sampleFactor < 1)) return;
   const PlaneLuts luts{m_blueLUT, m_greenLUT, m_redLUT};
-  const PlaneContext context = TAVRIX_PLANE_CONTEXT;
+  PlaneContext context = TAVRIX_PLANE_CONTEXT;
+  // The second-order Laplacian's vector bodies compute clamped-offset tables
+  // rather than look them up; checking the tables costs about three passes over
+  // the entries a sample can index, so small frames look them up.
+  TableShapes shapes{};
+  const int reach = std::is_same<Sample, Mono8>::value ? kByteReach : kWordReach;
+  if (m_calcMode == eLaplacian2 && std::int64_t(inSize.width) * inSize.height >= 4 * reach) {
+    shapes = CheckTableShapes({m_redLUT, m_greenLUT, m_blueLUT},
+                              {m_lutFormat, m_redBalance, m_greenBalance, m_blueBalance,
+                               m_bitDepth, m_depthShift, m_outputShift},
+                              reach);
+    context.shapes = &shapes;
+  }
 
   switch (m_calcMode) {
     case eFastBilinear: {

@@ -9,11 +9,47 @@
 #ifndef TAVRIX_SRC_COMPRESS_CODECS_H
 #define TAVRIX_SRC_COMPRESS_CODECS_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace tavrix::detail {
+
+inline uint32_t Load32(const uint8_t *p) {
+  uint32_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+inline uint64_t Load64(const uint8_t *p) {
+  uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+  return v;
+}
+
+// Index of the first byte in memory order whose bit 7 is set in `marks` (not 0).
+inline size_t FirstMarkedByte(uint64_t marks) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+  return size_t(__builtin_clzll(marks) >> 3);
+#else
+  return size_t(__builtin_ctzll(marks) >> 3);
+#endif
+}
+
+// n bytes from `from` to `to` (not overlapping), short copies without a call.
+inline void CopyBytes(uint8_t *to, const uint8_t *from, size_t n) {
+  if (n >= 8 && n <= 16) {
+    std::memcpy(to, from, 8);
+    std::memcpy(to + n - 8, from + n - 8, 8);
+  } else if (n >= 4 && n < 8) {
+    std::memcpy(to, from, 4);
+    std::memcpy(to + n - 4, from + n - 4, 4);
+  } else if (n < 4) {
+    for (size_t k = 0; k < n; ++k) to[k] = from[k];
+  } else {
+    std::memcpy(to, from, n);
+  }
+}
 
 // ---- output sinks -------------------------------------------------------------
 
@@ -22,6 +58,10 @@ class UnboundedSink {
 public:
   explicit UnboundedSink(uint8_t *out) : begin_(out), pos_(out) {}
   void Put(uint8_t b) { *pos_++ = b; }
+  void PutSpan(const uint8_t *p, size_t n) {
+    std::memcpy(pos_, p, n);
+    pos_ += n;
+  }
   bool Overflowed() const { return false; }
   size_t Size() const { return size_t(pos_ - begin_); }
 
@@ -40,6 +80,12 @@ public:
       return;
     }
     *pos_++ = b;
+  }
+  void PutSpan(const uint8_t *p, size_t n) {
+    const size_t fits = std::min(n, size_t(end_ - pos_));
+    std::memcpy(pos_, p, fits);
+    pos_ += fits;
+    overflowed_ = overflowed_ || fits < n;
   }
   bool Overflowed() const { return overflowed_; }
   size_t Size() const { return size_t(pos_ - begin_); }
@@ -91,6 +137,30 @@ public:
     return true;
   }
   bool AtEnd() const { return p_ >= end_; }
+  // Bytes from here to the next `escape` or the payload end (0 at or past the end).
+  // The next eight bytes are tested in place: spans are short in noisy data.
+  size_t LiteralSpan(uint8_t escape) const {
+    if (p_ >= end_) return 0;
+    if (end_ - p_ >= 8) {
+      constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+      const uint64_t x = Load64(p_) ^ (0x0101010101010101ull * escape);
+      const uint64_t zero = ~(((x & kLow7) + kLow7) | x | kLow7); // bit 7 of each zero byte
+      if (zero != 0) return FirstMarkedByte(zero);
+    }
+    const void *found = std::memchr(p_, escape, size_t(end_ - p_));
+    return found != nullptr ? size_t(static_cast<const uint8_t *>(found) - p_)
+                            : size_t(end_ - p_);
+  }
+  // Copies the bytes up to the next `escape` (literals of both escape codecs) to
+  // output + o and advances both; false if the checked reader finds no room.
+  bool CopyLiterals(uint8_t escape, uint8_t *output, size_t &o, size_t outputCapacity) {
+    const size_t n = LiteralSpan(escape);
+    if (kChecked && outputCapacity - o < n) return false;
+    CopyBytes(output + o, p_, n);
+    p_ += n;
+    o += n;
+    return true;
+  }
 
 private:
   const uint8_t *p_;
@@ -120,6 +190,23 @@ bool RleDecodeChecked(const uint8_t *payload, size_t payloadLength, uint8_t *out
 inline constexpr uint32_t kNoPosition = 0xFFFFFFFFu; // end of a hash chain
 inline constexpr size_t kHashHeads = 65536;          // table entries before the chains
 
+// Bits of the fast search's hash heads: 2^bits <= 2n, about two heads per byte.
+inline unsigned Lz77HeadBits(uint32_t n) {
+  unsigned bits = 0;
+  while (bits < 32 && (uint64_t(2) << bits) <= 2 * uint64_t(n)) ++bits;
+  return bits;
+}
+
+// Entries of the table that InitCompress(eLZ77, n) allocates: the 65536 heads and n
+// chain links of the literal search (the fast search reuses the links for its
+// 5-byte keys), then two more chains of n links and the fast search's hash heads:
+// beyond the first 65536 + n entries, 2n links and at most 2n heads, at most 16
+// bytes per input byte.
+inline uint64_t Lz77TableEntries(uint32_t n) {
+  return n == 0 ? kHashHeads : kHashHeads + 3 * uint64_t(n) + (uint64_t(1) << Lz77HeadBits(n));
+}
+
+// `matchTable` holds Lz77TableEntries(n) entries; the literal search uses the first 65536 + n.
 uint32_t Lz77Encode(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable);
 bool Lz77EncodeBounded(const uint8_t *input, uint8_t *output, uint32_t n, uint32_t *matchTable,
                        size_t capacity, size_t *payloadLength);
@@ -166,17 +253,6 @@ void HuffmanDecodeReference(const uint8_t *payload, uint8_t *output, uint32_t pa
                             uint32_t outputCount);
 
 // ---- small helpers --------------------------------------------------------------
-
-inline uint32_t Load32(const uint8_t *p) {
-  uint32_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-inline uint64_t Load64(const uint8_t *p) {
-  uint64_t v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
 
 // Number of leading bytes equal in a and b, from `start` up to `limit` (start itself
 // if start >= limit), eight bytes per comparison. Reads a and b below `limit` only.

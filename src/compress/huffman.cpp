@@ -8,10 +8,14 @@
 //                     | 0, left slot, right slot      an internal node
 //               slot  = 1, node | 0                   child present or absent
 //
-// The decoder resolves codes of up to kTableBits bits with one table lookup and
-// longer ones by a search of the length-sorted codes; a bit pattern that matches no
-// code consumes as many bits as the longest code and produces nothing, as the plain
-// linear search (HuffmanDecodeReference) does.
+// The decoder looks codes up in a table of 12-bit prefixes, up to three codes per
+// lookup, and searches the length-sorted codes for longer ones. It gives what the
+// plain linear search (HuffmanDecodeReference) gives: a bit pattern that matches
+// no code consumes as many bits as the longest code and produces nothing, and a
+// search that passes every code of up to 32 bits and would go on to a leaf deeper
+// than that (its code does not fit the search's 32-bit accumulator) ends the
+// decoding there. Trees with such leaves decode normally as long as no search
+// reaches them.
 #include "compress/bit_io.h"
 
 #include <algorithm>
@@ -22,7 +26,6 @@ namespace {
 
 constexpr uint32_t kMaxCodeLength = 32; // code words are 32 bits wide
 constexpr unsigned kSymbolBits = 8;
-constexpr unsigned kTableBits = 11;     // 2^11 entries (4 KB) cover the codes of most images
 // A full tree: 256 leaves of 9 bits and 255 internal nodes of 3 bits.
 constexpr size_t kMaxTreeBytes = (256 * 9 + 255 * 3 + 7) / 8;
 
@@ -81,6 +84,22 @@ void WriteCodeTree(SymbolEntry *table, BitWriter *writer, uint32_t code, uint32_
   table[first].length = length;
 }
 
+// Writes every input byte's code. Codes of up to kFastCodeBits bits go through the
+// 64-bit collector, several per store, while the 8 bytes stored stay inside the
+// stream's whole bytes (`wholeBytes`); the rest bit by bit as Put does.
+void PutCodes(const uint8_t *input, uint32_t n, const CodeTable &table, BitWriter &writer,
+              uint64_t wholeBytes) {
+  const uint32_t longest = *std::max_element(table.length, table.length + 256);
+  if (longest > kMaxCodeLength) {
+    for (uint32_t i = 0; i < n; ++i) writer.PutLong(table.code[input[i]], table.length[input[i]]);
+    return;
+  }
+  uint64_t packed[256];
+  for (int v = 0; v < 256; ++v) packed[v] = uint64_t(table.code[v]) << 8 | table.length[v];
+  const uint32_t done = writer.PutMany(input, n, packed, std::max<uint32_t>(longest, 1), wholeBytes);
+  for (uint32_t i = done; i < n; ++i) writer.Put(table.code[input[i]], table.length[input[i]]);
+}
+
 uint32_t EncodeWithCounts(const uint8_t *input, uint8_t *output, uint32_t n,
                           const uint32_t counts[256]) {
   CodeTable table;
@@ -89,12 +108,9 @@ uint32_t EncodeWithCounts(const uint8_t *input, uint8_t *output, uint32_t n,
     writer.Finish(); // the tree bits written so far stay in the buffer
     return 0;
   }
-  const uint32_t longest = *std::max_element(table.length, table.length + 256);
-  if (longest <= kMaxCodeLength) {
-    for (uint32_t i = 0; i < n; ++i) writer.Put(table.code[input[i]], table.length[input[i]]);
-  } else {
-    for (uint32_t i = 0; i < n; ++i) writer.PutLong(table.code[input[i]], table.length[input[i]]);
-  }
+  uint64_t bits = writer.BitCount();
+  for (uint32_t v = 0; v < 256; ++v) bits += uint64_t(counts[v]) * table.length[v];
+  PutCodes(input, n, table, writer, bits / 8);
   return uint32_t(writer.Finish());
 }
 
@@ -103,41 +119,140 @@ uint32_t EncodeWithCounts(const uint8_t *input, uint8_t *output, uint32_t n,
 struct Leaf {
   uint32_t symbol;
   uint32_t code;
-  uint32_t length;
+  uint32_t length; // kDeepLeaf: deeper than a 32-bit code
 };
 
-// Appends the leaves below a node in preorder, left before right. Refuses more
-// than 256 leaves and anything deeper than a 32-bit code; the bits past the
-// payload read as 0, which closes every open node within a few bits.
-bool ReadCodeTree(BitReader &in, Leaf *list, uint32_t &count, uint32_t code, uint32_t length) {
-  if (in.Get(1) == 0) {
-    for (;;) {
-      if (in.Get(1) == 1) {
-        if (length + 1 > kMaxCodeLength ||
-            !ReadCodeTree(in, list, count, code * 2, length + 1))
-          return false;
-      }
-      if (in.Get(1) == 0) return true; // no right child
-      code = code * 2 + 1;
-      length = length + 1;
-      if (length > kMaxCodeLength) return false;
-      if (in.Get(1) == 1) break; // the right child is a leaf
+constexpr uint32_t kDeepLeaf = kMaxCodeLength + 1;
+
+// Appends the leaves in preorder, left before right, as the recursive walk of the
+// grammar does, with an explicit stack. Leaves deeper than 32 bits are kept with
+// the length kDeepLeaf: their codes do not fit the 32-bit accumulator of the
+// search, which stops at them (see Decode). Only the first 33 levels of the stack
+// need their code and length (lengths grow along it); the levels below are all
+// deep and only counted. Refuses more than 256 leaves. Bits past the payload read
+// as 0, which closes every open node within a few bits.
+bool ReadCodeTree(BitReader &in, Leaf *list, uint32_t &count) {
+  struct Level {
+    uint32_t code, length;
+  };
+  Level stack[kMaxCodeLength + 1];
+  uint32_t shallow = 0;   // levels in `stack`
+  uint64_t deepLevels = 0; // deeper levels above them
+  uint32_t code = 0, length = 0;
+  bool deep = false;
+  count = 0;
+  // Back to the nearest node still waiting for its right slot; false at the root.
+  const auto Up = [&]() {
+    if (deepLevels > 0) {
+      --deepLevels;
+    } else if (shallow > 0) {
+      const Level &up = stack[--shallow];
+      code = up.code;
+      length = up.length;
+      deep = false;
+    } else {
+      return false;
     }
+    return true;
+  };
+  bool leaf = in.Get(1) == 1; // the node being read
+  for (;;) {
+    if (!leaf) { // an internal node: its left slot, then its right slot
+      if (in.Get(1) == 1) { // a left child: descend, resume here afterwards
+        if (deep) {
+          ++deepLevels;
+        } else {
+          stack[shallow++] = {code, length};
+        }
+        code *= 2;
+        deep = deep || ++length > kMaxCodeLength;
+        leaf = in.Get(1) == 1;
+        continue;
+      }
+    } else {
+      if (count == 256) return false;
+      const uint32_t symbol = in.Get(kSymbolBits);
+      list[count++] = {symbol, code, deep ? kDeepLeaf : length};
+      if (!Up()) return true;
+    }
+    // The right slot of the current internal node.
+    while (in.Get(1) == 0) { // no right child: the node is done
+      if (!Up()) return true;
+    }
+    code = code * 2 + 1;
+    deep = deep || ++length > kMaxCodeLength;
+    leaf = in.Get(1) == 1;
   }
-  if (count == 256) return false;
-  const uint32_t symbol = in.Get(kSymbolBits);
-  list[count++] = {symbol, code, length};
-  return true;
 }
 
 // Reads the tree and orders its leaves by length (stable: equal lengths keep
-// preorder, which is ascending code order).
+// preorder, which is ascending code order; deep leaves come last).
 bool ReadSortedCodes(BitReader &in, Leaf *list, uint32_t &count) {
-  count = 0;
-  if (!ReadCodeTree(in, list, count, 0, 0) || in.Overrun()) return false;
+  if (!ReadCodeTree(in, list, count) || in.Overrun()) return false;
   std::stable_sort(list, list + count,
                    [](const Leaf &a, const Leaf &b) { return a.length < b.length; });
   return true;
+}
+
+// Multi-symbol lookup: entry = bits the codes take (bits 0..5, so that the entry
+// itself is the shift count), how many codes (6..7), their symbols (8..31, first
+// in the low byte); 0 codes where the first code is longer than the table or
+// matches nothing.
+constexpr unsigned kTableBits = 12; // 4096 entries, 16 KB: fits the first-level cache
+constexpr uint32_t kMaxPerEntry = 3;
+
+uint32_t EntryCount(uint32_t e) { return (e >> 6) & 3; }
+uint32_t EntryBits(uint32_t e) { return e & 63; }
+
+struct DecodeTable {
+  uint32_t shallow; // leaves of at most 32 bits, first in the list
+  uint32_t firstLong; // the first of them longer than kTableBits
+  uint16_t single[1u << kTableBits]; // length << 8 | symbol of the code that starts x
+  uint32_t entry[1u << kTableBits];
+};
+
+// Fills the tables for the codes of at most kTableBits bits of the length-sorted
+// leaves. The width is fixed, whatever the longest code: a constant shift in the
+// decoding loop.
+void BuildTable(const Leaf *list, DecodeTable &t) {
+  constexpr uint32_t size = 1u << kTableBits;
+  std::fill(t.single, t.single + size, uint16_t(0));
+  uint32_t k = 0;
+  for (; k < t.shallow && list[k].length <= kTableBits; ++k) {
+    const uint32_t shift = kTableBits - list[k].length;
+    std::fill(t.single + (list[k].code << shift), t.single + ((list[k].code + 1) << shift),
+              uint16_t(list[k].length << 8 | list[k].symbol));
+  }
+  t.firstLong = k;
+  for (uint32_t x = 0; x < size; ++x) {
+    uint32_t symbols = 0, used = 0, n = 0;
+    while (n < kMaxPerEntry) {
+      const uint16_t s = t.single[(x << used) & (size - 1)];
+      if (s == 0 || (s >> 8) > kTableBits - used) break;
+      symbols |= uint32_t(s & 0xFF) << (8 * n);
+      used += s >> 8;
+      ++n;
+    }
+    t.entry[x] = symbols << 8 | n << 6 | used;
+  }
+}
+
+// The leaf longer than the table whose code starts the 32 bits `ahead`, or
+// t.shallow if none does.
+uint32_t FindLongCode(const Leaf *list, const DecodeTable &t, uint32_t ahead) {
+  uint32_t j = t.firstLong;
+  while (j < t.shallow && (ahead >> (kMaxCodeLength - list[j].length)) != list[j].code) ++j;
+  return j;
+}
+
+// Whether every bit string starts with a code of at most 32 bits (the code is
+// complete): then every iteration writes a byte.
+bool IsComplete(const Leaf *list, uint32_t leaves) {
+  uint64_t space = 0;
+  for (uint32_t k = 0; k < leaves; ++k)
+    if (list[k].length <= kMaxCodeLength) space += uint64_t(1) << (kMaxCodeLength - list[k].length);
+    else return false;
+  return space == uint64_t(1) << kMaxCodeLength;
 }
 
 template <bool kChecked>
@@ -148,43 +263,60 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
   Leaf list[256];
   uint32_t leaves;
   if (!ReadSortedCodes(in, list, leaves)) return !kChecked;
-  if (leaves == 0) return true; // every iteration matches nothing and reads nothing
-  const uint32_t longest = list[leaves - 1].length;
-  if (longest == 0) { // a lone leaf at the root: its empty code matches at once
+  if (leaves == 0 || outputCount == 0) return true; // nothing matches, nothing is read
+  uint32_t shallow = 0; // leaves of at most 32 bits, first in the list
+  while (shallow < leaves && list[shallow].length <= kMaxCodeLength) ++shallow;
+  const uint32_t longest = shallow > 0 ? list[shallow - 1].length : 0;
+  if (shallow > 0 && longest == 0) { // a lone leaf at the root: its empty code matches at once
     if (kChecked && outputCapacity < outputCount) return false;
-    if (outputCount > 0) std::memset(output, int(list[0].symbol), outputCount);
+    std::memset(output, int(list[0].symbol), outputCount);
     return true;
   }
 
-  // table[prefix] = length << 8 | symbol of the code of at most `width` bits that
-  // starts the prefix; 0 where none does.
-  const unsigned width = unsigned(std::min<uint32_t>(longest, kTableBits));
-  uint16_t table[1u << kTableBits];
-  std::fill(table, table + (1u << width), uint16_t(0));
-  uint32_t firstLong = leaves;
-  for (uint32_t k = 0; k < leaves; ++k) {
-    const Leaf &leaf = list[k];
-    if (leaf.length > width) {
-      firstLong = std::min(firstLong, k);
-      continue;
-    }
-    const uint32_t from = leaf.code << (width - leaf.length);
-    const uint32_t to = (leaf.code + 1) << (width - leaf.length);
-    std::fill(table + from, table + to, uint16_t(leaf.length << 8 | leaf.symbol));
-  }
-
+  DecodeTable table;
+  table.shallow = shallow;
+  BuildTable(list, table);
+  const size_t limit = kChecked ? std::min<size_t>(outputCapacity, outputCount) : outputCount;
   size_t o = 0;
-  for (uint32_t k = 0; k < outputCount; ++k) {
+  uint32_t k = 0; // iterations done
+  if (IsComplete(list, leaves)) {
+    // Every iteration writes a byte, so whole entries may be stored 4 bytes at a
+    // time. Four lookups per refill: at most 48 bits, or one long code.
+    constexpr uint32_t kLookups = 4;
+    BitReader bits = in; // a copy whose address is not taken: it stays in registers
+    while (outputCount - k >= kLookups * kMaxPerEntry && o + kLookups * kMaxPerEntry + 1 <= limit) {
+      bits.Refill();
+      for (uint32_t step = 0; step < kLookups; ++step) {
+        const uint32_t e = table.entry[bits.PeekSome(kTableBits)];
+        if (EntryCount(e) == 0) { // a code longer than the table
+          const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
+          bits.Skip(list[j].length);
+          output[o++] = uint8_t(list[j].symbol);
+          ++k;
+          break;
+        }
+        const uint32_t symbols = e >> 8;
+        std::memcpy(output + o, &symbols, 4); // little-endian: first symbol first
+        o += EntryCount(e);
+        k += EntryCount(e);
+        bits.Skip(EntryBits(e));
+      }
+    }
+    in = bits;
+  }
+  for (; k < outputCount; ++k) {
     in.Refill();
     uint32_t symbol;
-    if (const uint16_t entry = table[in.Peek(width)]; entry != 0) {
-      in.Skip(entry >> 8);
-      symbol = entry & 0xFF;
+    if (const uint16_t s = table.single[in.PeekSome(kTableBits)]; s != 0) {
+      in.Skip(s >> 8);
+      symbol = s & 0xFF;
     } else {
-      const uint32_t ahead = in.Peek(kMaxCodeLength);
-      uint32_t j = firstLong;
-      while (j < leaves && (ahead >> (kMaxCodeLength - list[j].length)) != list[j].code) ++j;
-      if (j == leaves) { // no code matches: the search read as far as the longest code
+      const uint32_t j = FindLongCode(list, table, in.Peek(kMaxCodeLength));
+      if (j == shallow) {
+        // No code of up to 32 bits matches. Past them the search would reach a leaf
+        // deeper than its 32-bit accumulator: decoding stops there. Otherwise it
+        // has read as far as the longest code and writes nothing this iteration.
+        if (shallow < leaves) return !kChecked;
         in.Skip(longest);
         if (kChecked && in.Overrun()) return false;
         continue;
@@ -192,10 +324,10 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
       in.Skip(list[j].length);
       symbol = list[j].symbol;
     }
-    if (kChecked && (in.Overrun() || o == outputCapacity)) return false;
+    if (kChecked && o == outputCapacity) return false;
     output[o++] = uint8_t(symbol);
   }
-  return true;
+  return !(kChecked && in.Overrun());
 }
 
 } // namespace
@@ -274,6 +406,7 @@ void HuffmanDecodeReference(const uint8_t *payload, uint8_t *output, uint32_t pa
     uint32_t acc = 0, bits = 0; // acc fills from its most significant bit
     for (uint32_t j = 0; j < leaves; ++j) {
       const uint32_t length = list[j].length;
+      if (length == kDeepLeaf) return; // beyond the 32-bit accumulator: decoding stops
       if (length > bits) {
         acc |= in.Get(length - bits) << (kMaxCodeLength - length);
         bits = length;

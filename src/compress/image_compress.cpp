@@ -9,8 +9,6 @@
 
 namespace {
 
-using tavrix::detail::kHashHeads;
-
 constexpr uint32_t kLengthWordSize = 4;
 // Tree bits of a full 256-leaf tree: 256 leaves of 9 bits and 255 internal nodes
 // of 3 bits, 3069 bits, which end in byte 384. InitCompress adds the length word.
@@ -66,7 +64,7 @@ unsigned long CImageCompress::InitCompress(eCompressType type, unsigned long siz
     return uint32_t(m_imageSize + kHuffmanAdvertisedOverhead);
   case eLZ77: {
     // The size is computed in 64 bits: no entry count can wrap into a short block.
-    const unsigned long long bytes = (kHashHeads + (unsigned long long)m_imageSize) * 4;
+    const unsigned long long bytes = tavrix::detail::Lz77TableEntries(m_imageSize) * 4;
     void *table = bytes <= SIZE_MAX ? std::malloc(size_t(bytes)) : nullptr;
     if (table == nullptr) throw std::bad_alloc();
     m_matchTable = static_cast<uint32_t *>(table);

@@ -138,63 +138,210 @@ private:
 };
 
 // ---- fast search ------------------------------------------------------------------
+//
+// A candidate's value is min(common prefix, distance, remaining): one that shares k
+// bytes and lies at least k back is worth at least k. So the search asks, from the
+// top, for the best value in each band, and stops at the first band that has one:
+//  - 8 or more: chains of positions sharing their first 8 bytes, walked whole with
+//    the prunings and closed forms below;
+//  - 6 or 7: the 6-byte chain, walked until a 7;
+//  - 5: the nearest position at least 5 back on the 5-byte chain;
+//  - 4: the nearest position 4 to 127 back with the same 4 bytes, by a scan. A
+//    farther one would be the best, but a match of 4 that far is never emitted
+//    (a literal is written as when there is no match), so it need not be found.
+// Chains run nearest first and are built through a hash table of about two heads
+// per input byte; a chain may hold positions of other keys hashed alike, which the
+// walks skip after comparing the bytes. The walks of the next positions are
+// prefetched: the chains reach back over the whole input, far beyond the caches.
 
-constexpr uint32_t kRunKeyFactor = 0x01010101u; // a four-byte key of one repeated byte
+constexpr uint32_t kTopKey = 8;                           // bytes of the long-match key
+constexpr uint64_t kRunKeyFactor = 0x0101010101010101ull; // a key of one repeated byte
+constexpr uint32_t kShortWindow = 127; // the farthest a match of 4 is emitted from
+constexpr uint32_t kPrefetchAhead = 16; // positions; covers the memory latency here
 // Longest period handled in closed form. Periodic frames in practice are flat
 // mosaics (period 2, or twice the row length for 2x2 colour cells in rows that
 // repeat); longer periods fall back to the chain walk, which stays exact.
 constexpr uint32_t kMaxClosedFormPeriod = 64;
 
-uint32_t HashKey(uint32_t key) { return (key * 2654435761u) >> 16; }
+// The first k bytes at p (k <= 8) as an integer; p + k must be inside the input.
+template <uint32_t k> uint64_t KeyAt(const uint8_t *p) {
+  uint64_t key = 0;
+  std::memcpy(&key, p, k);
+  return key;
+}
+
+// Hash of a key into `bits` bits (0 to 32).
+uint32_t HashKey(uint64_t key, unsigned bits) {
+  return uint32_t((key * 0x9E3779B97F4A7C15ull) >> (63 - bits) >> 1);
+}
+
+void Prefetch(const void *p) {
+#if defined(__GNUC__)
+  __builtin_prefetch(p);
+#else
+  (void)p;
+#endif
+}
+
+// Links every position i with i + k <= n to the previous position of its hash.
+template <uint32_t k>
+void BuildChain(const uint8_t *in, uint32_t n, uint32_t *chain, uint32_t *heads, unsigned bits) {
+  std::fill(heads, heads + (size_t(1) << bits), kNoPosition);
+  for (uint32_t i = 0; i + k <= n; ++i) {
+    if (i + kPrefetchAhead + k <= n) Prefetch(heads + HashKey(KeyAt<k>(in + i + kPrefetchAhead), bits));
+    const uint32_t h = HashKey(KeyAt<k>(in + i), bits);
+    chain[i] = heads[h];
+    heads[h] = i;
+  }
+}
 
 class FastSearch {
 public:
+  // Table layout behind the literal search's 65536 heads: the 5-byte chain (where
+  // the literal search keeps its links), the 6- and 8-byte chains, the heads.
   FastSearch(const uint8_t *input, uint32_t n, uint32_t *table)
-      : in_(input), n_(n), heads_(table), chain_(table + kHashHeads) {
-    std::fill(heads_, heads_ + kHashHeads, kNoPosition);
-    uint32_t runFirst = 0;
-    for (uint32_t i = 0; i + kMinMatch <= n; ++i) {
-      const uint32_t key = Load32(in_ + i);
-      const uint32_t h = HashKey(key);
-      if (IsRunKey(key)) {
-        if (i == 0 || in_[i - 1] != in_[i]) runFirst = i;
-        if (i != runFirst) {
-          chain_[i] = runFirst; // interior of a run block: straight to its first position
-          heads_[h] = i;
-          continue;
-        }
-      }
-      chain_[i] = heads_[h];
-      heads_[h] = i;
-    }
+      : in_(input), n_(n), chain5_(table + kHashHeads), chain6_(chain5_ + n),
+        chain8_(chain6_ + n) {
+    uint32_t *heads = chain8_ + n;
+    const unsigned bits = Lz77HeadBits(n);
+    BuildChain<5>(in_, n, chain5_, heads, bits);
+    BuildChain<6>(in_, n, chain6_, heads, bits);
+    BuildTopChain(heads, bits);
+    std::fill(nearHeads_, nearHeads_ + (1u << kNearHashBits), kNoPosition);
   }
 
   Best Find(uint32_t p, uint32_t remaining) {
+    PrefetchWalks(p + kPrefetchAhead);
     Best best;
-    if (remaining < kMinMatch) return best;
+    if (remaining >= kTopKey) best = FindLong(p, remaining);
+    if (best.length >= kTopKey) return best;
+    if (remaining >= 6) FindSix(p, remaining, best);
+    if (best.length >= 6) return best;
+    if (remaining >= 5) FindFive(p, best);
+    if (best.length >= 5) return best;
+    FindFour(p, best); // remaining >= 4 here
+    return best;
+  }
+
+private:
+  // A stretch of period q: in[x] == in[x + q] for x in [first, end), and the
+  // equality fails at `end` (or end + q is the input's end).
+  struct Period {
+    uint32_t q;
+    uint32_t first;
+    uint32_t end;
+  };
+
+  // The first candidate of each chain at position p, its bytes and its link.
+  void PrefetchWalks(uint32_t p) const {
+    if (p + kTopKey > n_) return;
+    for (const uint32_t *chain : {chain5_, chain6_, chain8_}) {
+      const uint32_t c = chain[p];
+      if (c == kNoPosition) continue;
+      Prefetch(in_ + c);
+      Prefetch(chain + c);
+    }
+  }
+
+  // Candidates of value 6 or 7 (none is worth 8 or more here).
+  void FindSix(uint32_t p, uint32_t remaining, Best &best) const {
+    const uint32_t most = std::min(kTopKey - 1, remaining);
+    for (uint32_t c = chain6_[p]; c != kNoPosition; c = chain6_[c]) {
+      const uint32_t d = p - c;
+      if (d < 6) continue;
+      if (best.length >= most && d >= best.distance) return;
+      const uint32_t value = uint32_t(MatchLength(in_ + p, in_ + c, 0, std::min(most, d)));
+      if (value >= 6) best.Offer(value, d);
+    }
+  }
+
+  // The nearest candidate at least 5 back that shares 5 bytes: worth exactly 5 when
+  // nothing is worth more.
+  void FindFive(uint32_t p, Best &best) const {
+    const uint64_t key = KeyAt<5>(in_ + p);
+    for (uint32_t c = chain5_[p]; c != kNoPosition; c = chain5_[c]) {
+      if (p - c >= 5 && KeyAt<5>(in_ + c) == key) {
+        best.Offer(5, p - c);
+        return;
+      }
+    }
+  }
+
+  // The nearest candidate 4 to 127 back that shares 4 bytes, through a small hash
+  // of the last positions, filled as the coder advances.
+  void FindFour(uint32_t p, Best &best) {
+    if (p < kMinMatch) return;
+    const uint32_t upTo = p - kMinMatch + 1; // positions before it are candidates
+    for (uint32_t i = std::max(nearNext_, upTo > kNearLinks ? upTo - kNearLinks : 0); i < upTo; ++i) {
+      const uint32_t h = HashKey(Load32(in_ + i), kNearHashBits);
+      nearLinks_[i % kNearLinks] = nearHeads_[h];
+      nearHeads_[h] = i;
+    }
+    nearNext_ = std::max(nearNext_, upTo);
     const uint32_t key = Load32(in_ + p);
-    uint32_t c = chain_[p];
+    for (uint32_t c = nearHeads_[HashKey(key, kNearHashBits)];
+         c != kNoPosition && p - c <= kShortWindow; c = nearLinks_[c % kNearLinks]) {
+      if (Load32(in_ + c) == key) {
+        best.Offer(kMinMatch, p - c);
+        return;
+      }
+    }
+  }
+
+  // ---- values of 8 or more: the 8-byte chain -----------------------------------------
+  // A run of equal bytes is one chain block: its interior positions link straight to
+  // the run's first position, and in a block only one candidate can be the best. In
+  // a stretch of period q the candidates at multiples of q all share one match
+  // length, so the best of them is computed once and they are then skipped.
+
+  void BuildTopChain(uint32_t *heads, unsigned bits) {
+    uint32_t *chain = chain8_;
+    std::fill(heads, heads + (size_t(1) << bits), kNoPosition);
+    uint32_t runFirst = 0;
+    for (uint32_t i = 0; i + kTopKey <= n_; ++i) {
+      if (i + kPrefetchAhead + kTopKey <= n_)
+        Prefetch(heads + HashKey(Load64(in_ + i + kPrefetchAhead), bits));
+      const uint64_t key = Load64(in_ + i);
+      const uint32_t h = HashKey(key, bits);
+      if (IsRunKey(key)) {
+        if (i == 0 || in_[i - 1] != in_[i]) runFirst = i;
+        if (i != runFirst) {
+          chain[i] = runFirst; // interior of a run block: straight to its first position
+          heads[h] = i;
+          continue;
+        }
+      }
+      chain[i] = heads[h];
+      heads[h] = i;
+    }
+  }
+
+  Best FindLong(uint32_t p, uint32_t remaining) {
+    const uint32_t *chain = chain8_;
+    Best best;
+    const uint64_t key = Load64(in_ + p);
+    uint32_t c = chain[p];
     uint32_t runLength = 0;
     if (IsRunKey(key)) {
       runLength = RunFrom(p);
       if (IsBlockInterior(p)) {
         // Earlier positions of this run: distance d matches min(d, run) bytes.
-        const uint32_t first = chain_[p];
+        const uint32_t first = chain[p];
         const uint32_t distance = std::min(runLength, p - first);
         if (distance >= kMinMatch) best.Offer(distance, distance);
-        c = chain_[first];
+        c = chain[first];
       }
     }
     Period period{};
     bool periodic = false;
-    for (; c != kNoPosition; c = chain_[c]) {
+    for (; c != kNoPosition; c = chain[c]) {
       const uint32_t d = p - c;
       if (best.length >= remaining && d >= best.distance) break; // nothing can win any more
-      const uint32_t candidateKey = Load32(in_ + c);
+      const uint64_t candidateKey = Load64(in_ + c);
       if (IsRunKey(candidateKey)) {
-        // We enter a block at its last position; it spans [first, c + 4) of the input.
-        const uint32_t first = IsBlockInterior(c) ? chain_[c] : c;
-        if (candidateKey == key) OfferRun(p, remaining, first, c + kMinMatch, runLength, best);
+        // We enter a block at its last position; it spans [first, c + 8) of the input.
+        const uint32_t first = IsBlockInterior(c) ? chain[c] : c;
+        if (candidateKey == key) OfferRun(p, remaining, first, c + kTopKey, runLength, best);
         c = first;
         continue;
       }
@@ -217,20 +364,11 @@ public:
     return best;
   }
 
-private:
-  // A stretch of period q: in[x] == in[x + q] for x in [first, end), and the
-  // equality fails at `end` (or end + q is the input's end).
-  struct Period {
-    uint32_t q;
-    uint32_t first;
-    uint32_t end;
-  };
+  static bool IsRunKey(uint64_t key) { return key == (key & 0xFF) * kRunKeyFactor; }
 
-  static bool IsRunKey(uint32_t key) { return key == (key & 0xFF) * kRunKeyFactor; }
-
-  // Five equal bytes from x - 1: x is a run block position after the first.
+  // Nine equal bytes from x - 1: x is a run block position after the first.
   bool IsBlockInterior(uint32_t x) const {
-    return x > 0 && in_[x - 1] == in_[x] && IsRunKey(Load32(in_ + x));
+    return x > 0 && in_[x - 1] == in_[x] && IsRunKey(Load64(in_ + x));
   }
 
   // Length of the run of equal bytes starting at p; positions of one run reuse it.
@@ -286,8 +424,13 @@ private:
 
   const uint8_t *in_;
   uint32_t n_;
-  uint32_t *heads_;
-  uint32_t *chain_;
+  uint32_t *chain5_, *chain6_, *chain8_;
+  // Positions of the last kNearLinks bytes by their 4-byte key (FindFour).
+  static constexpr unsigned kNearHashBits = 12;
+  static constexpr uint32_t kNearLinks = 128; // > kShortWindow: a link outlives the window
+  uint32_t nearHeads_[1u << kNearHashBits];
+  uint32_t nearLinks_[kNearLinks];
+  uint32_t nearNext_ = 0; // next position to enter
   uint32_t runCacheFrom_ = 1, runEnd_ = 0; // empty: no run measured yet
   Period period_{0, 0, 0};
 };
@@ -333,18 +476,20 @@ void Lz77EncodeInto(const uint8_t *input, uint32_t n, uint32_t *table, Sink &out
 
 // ---- the reader ---------------------------------------------------------------------
 
-// Copies byte by byte in increasing order in effect: an overlapping reference
-// repeats the bytes it has just written.
+// Copies `length` bytes from `distance` back, with the effect of a byte-by-byte copy
+// in increasing order: an overlapping reference repeats the bytes it has just
+// written. Once k bytes are out, the first k + distance bytes from out - distance
+// repeat with period `distance`, so each step copies that many, without overlap.
 void CopyMatch(uint8_t *out, size_t distance, size_t length) {
   const uint8_t *from = out - distance;
   if (distance >= length) {
-    std::memcpy(out, from, length);
-  } else if (distance >= 8) {
-    size_t k = 0;
-    for (; k + 8 <= length; k += 8) std::memcpy(out + k, from + k, 8);
-    for (; k < length; ++k) out[k] = from[k];
-  } else {
-    for (size_t k = 0; k < length; ++k) out[k] = from[k];
+    CopyBytes(out, from, length);
+    return;
+  }
+  for (size_t k = 0; k < length;) {
+    const size_t chunk = std::min(k + distance, length - k);
+    CopyBytes(out + k, from, chunk);
+    k += chunk;
   }
 }
 
@@ -356,6 +501,9 @@ bool Lz77DecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *outpu
   PayloadReader<kChecked> in(payload + 1, payloadLength - 1);
   size_t o = 0;
   do { // the end test follows each token
+    const size_t before = o;
+    if (!in.CopyLiterals(escape, output, o, outputCapacity)) return false;
+    if (o != before && in.AtEnd()) break; // the span was the last token
     uint8_t b;
     if (!in.Get(b)) return false;
     if (b == escape) {

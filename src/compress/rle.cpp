@@ -70,6 +70,32 @@ template <class Sink> void PutChunk(Sink &out, uint8_t escape, uint8_t value, ui
   }
 }
 
+// Marks (bit 7 of each byte) the zero bytes of x, exactly: no carries between bytes.
+uint64_t ZeroBytes(uint64_t x) {
+  constexpr uint64_t kLow7 = 0x7F7F7F7F7F7F7F7Full;
+  return ~(((x & kLow7) + kLow7) | x | kLow7);
+}
+
+// The first position from `from` on that holds the escape byte or starts four equal
+// bytes, or n if none does. Every byte before it belongs to a run of at most 3
+// bytes other than the escape, which the payload holds as the bytes themselves.
+// Eight positions per step: the masks mark byte k of each word for position i + k.
+size_t NextRunOrEscape(const uint8_t *in, size_t from, size_t n, uint8_t escape) {
+  const uint64_t escapes = 0x0101010101010101ull * escape;
+  size_t i = from;
+  for (; i + 11 <= n; i += 8) {
+    const uint64_t w0 = Load64(in + i), w1 = Load64(in + i + 1), w2 = Load64(in + i + 2),
+                   w3 = Load64(in + i + 3);
+    const uint64_t hit = ZeroBytes(w0 ^ escapes) |
+                         (ZeroBytes(w0 ^ w1) & ZeroBytes(w1 ^ w2) & ZeroBytes(w2 ^ w3));
+    if (hit != 0) return i + FirstMarkedByte(hit);
+  }
+  for (; i < n; ++i)
+    if (in[i] == escape || (i + 3 < n && in[i] == in[i + 1] && in[i] == in[i + 2] && in[i] == in[i + 3]))
+      return i;
+  return n;
+}
+
 template <class Sink> void RleEncodeInto(const uint8_t *input, uint32_t n, Sink &out) {
   if (n == 0) return;
   uint32_t counts[256];
@@ -77,6 +103,10 @@ template <class Sink> void RleEncodeInto(const uint8_t *input, uint32_t n, Sink 
   const uint8_t escape = ChooseEscape(counts);
   out.Put(escape);
   for (uint32_t i = 0; i < n && !out.Overflowed();) {
+    const uint32_t next = uint32_t(NextRunOrEscape(input, i, n, escape));
+    out.PutSpan(input + i, next - i);
+    if (next == n) break;
+    i = next;
     const uint8_t value = input[i];
     uint32_t run = uint32_t(RunLength(input + i, n - i));
     i += run;
@@ -85,14 +115,19 @@ template <class Sink> void RleEncodeInto(const uint8_t *input, uint32_t n, Sink 
   }
 }
 
+// Reads a payload. Bytes other than the escape are copied as spans; each escape
+// token is read whole, and the checked instance tests every read and write.
 template <bool kChecked>
 bool RleDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *output,
                    size_t outputCapacity) {
   if (payloadLength == 0) return true;
-  PayloadReader<kChecked> in(payload + 1, payloadLength - 1);
   const uint8_t escape = payload[0];
+  PayloadReader<kChecked> in(payload + 1, payloadLength - 1);
   size_t o = 0;
   do { // the end test follows each token: a payload of the escape byte alone still reads one
+    const size_t before = o;
+    if (!in.CopyLiterals(escape, output, o, outputCapacity)) return false;
+    if (o != before && in.AtEnd()) break; // the span was the last token
     uint8_t b;
     if (!in.Get(b)) return false;
     size_t copies = 1;

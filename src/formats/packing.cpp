@@ -2,11 +2,14 @@
 #include <cstring>
 #include <string>
 
+#include "api/messages.h"
 #include "formats/unpack_rows.h"
 #include "tavrix/formats.h"
 
 namespace tavrix {
 namespace {
+
+using detail::Format;
 
 struct Layout {
   Packing packing;
@@ -34,35 +37,30 @@ const Layout *Find(Packing packing) {
   return nullptr;
 }
 
-bool Refuse(std::string *why, const std::string &reason) {
-  if (why != nullptr) *why = reason;
-  return false;
-}
-
 std::string BitsText(const Layout &l) {
-  return l.minBits == l.maxBits ? std::to_string(l.maxBits) + "-bit samples only"
-                                : std::to_string(l.minBits) + " to " + std::to_string(l.maxBits) +
-                                      " bits";
+  return l.minBits == l.maxBits ? Format("%d-bit samples only", l.maxBits)
+                                : Format("%d to %d bits", l.minBits, l.maxBits);
 }
 
 // The checks Unpack and Pack share beyond CheckPacking.
-bool CheckFrame(Packing packing, int bits, int width, int height, const void *packed,
-                std::size_t packedStride, const void *samples, std::size_t sampleStride,
-                std::string *why) {
-  if (!CheckPacking(packing, bits, width, why)) return false;
-  if (height < 0) return Refuse(why, "height " + std::to_string(height) + " is negative");
-  if (width == 0 || height == 0) return true;
-  if (packed == nullptr || samples == nullptr) return Refuse(why, "a buffer is null");
+Status CheckFrame(Packing packing, int bits, int width, int height, const void *packed,
+                  std::size_t packedStride, const void *samples, std::size_t sampleStride) {
+  if (Status s = CheckPacking(packing, bits, width); !s.ok()) return s;
+  if (height < 0)
+    return Status(StatusCode::kInvalidSize, Format("height %d is negative", height));
+  if (width == 0 || height == 0) return Status();
+  if (packed == nullptr || samples == nullptr)
+    return Status(StatusCode::kNullPointer, "a buffer is null");
   const std::size_t rowBytes = PackedRowBytes(packing, width);
   if (packedStride < rowBytes)
-    return Refuse(why, "packed stride " + std::to_string(packedStride) + " is below the " +
-                           std::to_string(rowBytes) + " bytes of a " + PackingName(packing) +
-                           " row of " + std::to_string(width) + " samples");
+    return Status(StatusCode::kInvalidStride,
+                  Format("packed stride %zu is below the %zu bytes of a %s row of %d samples",
+                         packedStride, rowBytes, PackingName(packing), width));
   if (sampleStride < 2 * std::size_t(width) || sampleStride % 2 != 0)
-    return Refuse(why, "sample stride " + std::to_string(sampleStride) +
-                           " must be even and at least " + std::to_string(2 * std::size_t(width)) +
-                           " bytes (" + std::to_string(width) + " 16-bit samples)");
-  return true;
+    return Status(StatusCode::kInvalidStride,
+                  Format("sample stride %zu must be even and at least %zu bytes (%d 16-bit "
+                         "samples)", sampleStride, 2 * std::size_t(width), width));
+  return Status();
 }
 
 }  // namespace
@@ -99,60 +97,62 @@ std::size_t PackedRowBytes(Packing packing, int width) {
   return std::size_t(width) / unsigned(l->groupSamples) * unsigned(l->groupBytes);
 }
 
-bool CheckPacking(Packing packing, int bits, int width, std::string *why) {
+Status CheckPacking(Packing packing, int bits, int width) {
   const Layout *l = Find(packing);
   if (l == nullptr)
-    return Refuse(why, "unknown packing " + std::to_string(static_cast<int>(packing)));
+    return Status(StatusCode::kInvalidOption,
+                  Format("unknown packing %d", static_cast<int>(packing)));
   if (bits < l->minBits || bits > l->maxBits)
-    return Refuse(why, std::string(l->name) + " cannot carry " + std::to_string(bits) +
-                           "-bit samples: it holds " + BitsText(*l));
-  if (width < 0) return Refuse(why, "width " + std::to_string(width) + " is negative");
+    return Status(StatusCode::kInvalidOption,
+                  Format("%s cannot carry %d-bit samples: it holds %s", l->name, bits,
+                         BitsText(*l).c_str()));
+  if (width < 0) return Status(StatusCode::kInvalidSize, Format("width %d is negative", width));
   if (width % l->groupSamples != 0)
-    return Refuse(why, std::string(l->name) + " packs " + std::to_string(l->groupSamples) +
-                           " samples into " + std::to_string(l->groupBytes) +
-                           " bytes: width " + std::to_string(width) + " is not a multiple of " +
-                           std::to_string(l->groupSamples));
-  return true;
+    return Status(StatusCode::kInvalidSize,
+                  Format("%s packs %d samples into %d bytes: width %d is not a multiple of %d",
+                         l->name, l->groupSamples, l->groupBytes, width, l->groupSamples));
+  return Status();
 }
 
-bool Unpack(Packing packing, int bits, int width, int height, const void *packed,
-            std::size_t packedStride, std::uint16_t *samples, std::size_t sampleStride,
-            std::string *why) {
+Status Unpack(Packing packing, int bits, int width, int height, const void *packed,
+              std::size_t packedStride, std::uint16_t *samples, std::size_t sampleStride) {
+  if (Status s = CheckFrame(packing, bits, width, height, packed, packedStride, samples,
+                            sampleStride);
+      !s.ok())
+    return s;
   RowUnpacker row;
-  if (!CheckFrame(packing, bits, width, height, packed, packedStride, samples, sampleStride,
-                  why) ||
-      !row.Prepare(packing, bits, width, why))
-    return false;
+  if (Status s = row.Prepare(packing, bits, width); !s.ok()) return s;
   const auto *in = static_cast<const std::uint8_t *>(packed);
   auto *out = reinterpret_cast<std::uint8_t *>(samples);
   for (int r = 0; r < height; ++r)
     row(in + std::size_t(r) * packedStride,
         reinterpret_cast<std::uint16_t *>(out + std::size_t(r) * sampleStride));
-  return true;
+  return Status();
 }
 
-bool Pack(Packing packing, int bits, int width, int height, const std::uint16_t *samples,
-          std::size_t sampleStride, void *packed, std::size_t packedStride, std::string *why) {
-  if (!CheckFrame(packing, bits, width, height, packed, packedStride, samples, sampleStride,
-                  why))
-    return false;
+Status Pack(Packing packing, int bits, int width, int height, const std::uint16_t *samples,
+            std::size_t sampleStride, void *packed, std::size_t packedStride) {
+  if (Status s = CheckFrame(packing, bits, width, height, packed, packedStride, samples,
+                            sampleStride);
+      !s.ok())
+    return s;
   const detail::PackRowFunction row = detail::ReferencePackRow(packing);
   const auto *in = reinterpret_cast<const std::uint8_t *>(samples);
   auto *out = static_cast<std::uint8_t *>(packed);
   for (int r = 0; r < height; ++r)
     row(reinterpret_cast<const std::uint16_t *>(in + std::size_t(r) * sampleStride),
         out + std::size_t(r) * packedStride, std::size_t(width), unsigned(bits));
-  return true;
+  return Status();
 }
 
-bool RowUnpacker::Prepare(Packing packing, int bits, int width, std::string *why) {
+Status RowUnpacker::Prepare(Packing packing, int bits, int width) {
   function_ = nullptr;
-  if (!CheckPacking(packing, bits, width, why)) return false;
+  if (Status s = CheckPacking(packing, bits, width); !s.ok()) return s;
   width_ = std::size_t(width);
   packedBytes_ = PackedRowBytes(packing, width);
   shift_ = packing == Packing::kMsb16 ? unsigned(16 - bits) : 0;
   function_ = detail::ActiveUnpackRow(packing);
-  return true;
+  return Status();
 }
 
 }  // namespace tavrix

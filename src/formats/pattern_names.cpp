@@ -200,7 +200,7 @@ bool ParseUpper(std::string_view s, PatternName *out) {
 
 }  // namespace
 
-bool ParsePatternName(std::string_view name, PatternName *out, std::string *why) {
+Status ParsePatternName(std::string_view name, PatternName *out) {
   while (!name.empty() && std::isspace(static_cast<unsigned char>(name.front())))
     name.remove_prefix(1);
   while (!name.empty() && std::isspace(static_cast<unsigned char>(name.back())))
@@ -212,14 +212,12 @@ bool ParsePatternName(std::string_view name, PatternName *out, std::string *why)
   std::string upper(name);
   for (char &ch : upper) ch = char(std::toupper(static_cast<unsigned char>(ch)));
   if (!found) found = ParseUpper(upper, &result);
-  if (!found) {
-    if (why != nullptr)
-      *why = "unknown Bayer pattern name \"" + std::string(name) +
-             "\" (try RGGB, BayerRG8, SRGGB10P, COLOR_BayerBG2BGR, 0112 or 0x94949494)";
-    return false;
-  }
+  if (!found)
+    return Status(StatusCode::kInvalidOption,
+                  "unknown Bayer pattern name \"" + std::string(name) +
+                      "\" (try RGGB, BayerRG8, SRGGB10P, COLOR_BayerBG2BGR, 0112 or 0x94949494)");
   if (out != nullptr) *out = result;
-  return true;
+  return Status();
 }
 
 std::optional<ePatternOrigin> PatternOriginFromOpenCvCode(int code) {

@@ -74,8 +74,8 @@ struct Frame {
 };
 
 TEST(Demosaic, PaddedViewsGiveTheClassBytes) {
-  // Odd strides (not a multiple of the sample or pixel size) and a raw view at
-  // an odd address: the rows are never read as aligned words.
+  // Even padding, odd strides (not a multiple of the sample or pixel size) and a
+  // raw view at an odd address.
   for (const Combo &c : kCombos)
     for (Algorithm a : kAlgorithms)
       for (ePatternOrigin origin : kOrigins)
@@ -86,7 +86,8 @@ TEST(Demosaic, PaddedViewsGiveTheClassBytes) {
           const DemosaicOptions o = Busy(a, origin, c.type, correct);
           const Bytes expected = f.Class(o);
           EXPECT_EQ(f.Views(o, 0), expected);
-          EXPECT_EQ(f.Views(o, 5, 1), expected);
+          EXPECT_EQ(f.Views(o, 4), expected);     // the kernels straight on padded rows
+          EXPECT_EQ(f.Views(o, 5, 1), expected);  // 16-bit rows unaligned: through scratch
         }
 }
 
@@ -168,6 +169,7 @@ TEST(Demosaic, BandsAndThreadsGiveTheBytesOfOneThread) {
           o.parallel.threads = threads;
           EXPECT_EQ(f.Views(o, 0), one) << threads << " threads, in place";
           EXPECT_EQ(f.Views(o, 3), one) << threads << " threads, padded";
+          EXPECT_EQ(f.Views(o, 3, 1), one) << threads << " threads, odd address";
         }
         o.parallel.threads = 5;
         o.parallel.executor = ReversedThreads;
@@ -177,6 +179,43 @@ TEST(Demosaic, BandsAndThreadsGiveTheBytesOfOneThread) {
         for (int chunk : {2, 4, 6})
           EXPECT_EQ(f.Views(o, 0, 0, chunk), one) << "chunks of " << chunk << " rows";
       }
+}
+
+TEST(Demosaic, SensorLayoutsGiveTheBytesOfUnpackingFirst) {
+  struct Case {
+    tavrix::Packing packing;
+    int bits;
+  };
+  const Case cases[] = {{tavrix::Packing::kRaw12, 12}, {tavrix::Packing::kMono10p, 10},
+                        {tavrix::Packing::kRaw14, 14}, {tavrix::Packing::kMsb16, 12}};
+  const int w = 24, h = 14;
+  for (const Case &k : cases)
+    for (Algorithm a : kAlgorithms) {
+      SCOPED_TRACE(std::string(tavrix::PackingName(k.packing)) + " algorithm " +
+                   std::to_string(int(a)));
+      const Bytes samples = RandomSamples(w, h, SampleType::kMono16, k.bits, 40 + int(a));
+      const std::size_t row = tavrix::PackedRowBytes(k.packing, w), stride = row + 3;
+      Bytes packed(stride * h, kSentinel);
+      ASSERT_TRUE(tavrix::Pack(k.packing, k.bits, w, h,
+                               reinterpret_cast<const std::uint16_t *>(samples.data()), 2 * w,
+                               packed.data(), stride));
+      const Bytes before = RandomBytes(std::size_t(w) * h * 6, 2);
+      DemosaicOptions o = Busy(a, eOriginRG, SampleType::kMono16, false);
+      o.bitDepth = k.packing == tavrix::Packing::kMsb16 ? 12 : 0;  // 0: the layout's own depth
+      DemosaicOptions unpacked = o;
+      unpacked.bitDepth = k.bits;
+      const Bytes expected = ClassDemosaic(samples, SampleType::kMono16, {w, h},
+                                           PixelFormat::kBgr48, {w, h}, before, unpacked);
+      for (int threads : {1, 3}) {
+        Bytes out = before;
+        o.parallel.threads = threads;
+        const Status s = tavrix::Demosaic(
+            RawView::Packed(packed.data(), w, h, k.packing, std::ptrdiff_t(stride)),
+            ColorView(out.data(), w, h, 0, PixelFormat::kBgr48), o);
+        ASSERT_TRUE(s.ok()) << s.message();
+        EXPECT_EQ(out, expected) << threads << " threads";
+      }
+    }
 }
 
 TEST(Demosaic, BatchGivesTheBytesOfSingleCalls) {
@@ -287,6 +326,13 @@ TEST(Demosaic, RefusalsSayWhyAndWriteNothing) {
     EXPECT_EQ(s.message().rfind(k.message, 0), 0u) << s.message();
     EXPECT_EQ(out, Bytes(4096, kSentinel));
   }
+  // A sensor layout that cannot hold the row: the unpacker's reason.
+  Bytes packed(4096, 0x11), out48(4096, kSentinel);
+  const Status raw10 = tavrix::Demosaic(RawView::Packed(packed.data(), 6, 4, tavrix::Packing::kRaw10),
+                                        ColorView(out48.data(), 6, 4, 0, PixelFormat::kBgr48));
+  EXPECT_EQ(raw10.code(), StatusCode::kInvalidOption);
+  EXPECT_NE(raw10.message().find('6'), std::string::npos) << raw10.message();
+  EXPECT_EQ(out48, Bytes(4096, kSentinel));
   Bytes out(64, kSentinel);
   EXPECT_EQ(tavrix::Demosaic(RawView::Mono8(nullptr, 4, 4), ColorView(out.data(), 4, 4, 0, PixelFormat::kBgr24)).message(),
             "raw view has no data");

@@ -108,7 +108,7 @@ inline bool UnchangedFlag(CColorBalance& balance) {
   const bool applied = balance.GetAutoColorBalanceApplied();
   balance.SetAutoColorBalanceApplied(false);
   Image one(Format::kBgr24, 1, 1);
-  Tables any;
+  static Tables any;  // one pixel is looked up; the result is not looked at
   balance.ApplyColorBalance(one.Info(), one.Data(), any.red(), any.green(), any.blue());
   const bool unchanged = !balance.GetAutoColorBalanceApplied();
   balance.SetAutoColorBalanceApplied(applied);

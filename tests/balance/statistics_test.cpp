@@ -7,6 +7,7 @@
 #include "balance/level_tables.h"
 #include "balance/statistics.h"
 #include "balance_test_support.h"
+#include "support/paths.h"
 
 namespace {
 
@@ -28,27 +29,48 @@ template <class Layout> detail::PerChannel<double> PlainSums(const detail::Image
 }
 
 TEST(ChannelSums, RowTotalsMatchPerValueAdditionWhereverTheSwitchHappens) {
-  Image image = Image::Random(Format::kBgr48, 13, 9, 65535, 3, /*padding=*/5);
+  // 37 pixels: a vector block of every layout, and a tail; an odd stride.
+  Image image = Image::Random(Format::kBgr48, 37, 9, 65535, 3, /*padding=*/5);
   const detail::ImageView view = ViewOf(image);
   const detail::PerChannel<double> plain = PlainSums<detail::Bgr48>(view);
-  // Limits that switch to per-value addition before the first row, in the
-  // middle and never.
-  for (uint64_t limit : {uint64_t(1), uint64_t(13) * 65535 * 4, detail::kExactSumLimit}) {
-    SCOPED_TRACE(limit);
-    EXPECT_EQ(detail::ChannelSums<detail::Bgr48>(view, limit), plain);
-  }
+  path_test::ForEachPath([&](path_test::Path) {
+    // Limits that switch to per-value addition before the first row, in the
+    // middle and never; the maxima come out the same either way.
+    for (uint64_t limit : {uint64_t(1), uint64_t(37) * 65535 * 4, detail::kExactSumLimit}) {
+      SCOPED_TRACE(limit);
+      detail::PerChannel<uint32_t> maxima{1, 2, 3};
+      EXPECT_EQ(detail::ChannelSums<detail::Bgr48>(view, limit, &maxima), plain);
+      EXPECT_EQ(maxima, detail::ChannelMaxima<detail::Bgr48>(view));
+    }
+  });
 }
 
-TEST(DeviationSquares, AreThePowerFunctionsBitsEvenWhenMemoSlotsCollide) {
+TEST(DeviationSquares, AreThePowerFunctionsBitsWithTheMemoAndWithout) {
   // The reference calls the power function through a pointer the compiler cannot
   // see through: pow(d, 2.0) rounds differently from d * d for about 50 of the
-  // 65536 values at this mean (glibc 2.36), which a multiplication would miss.
+  // 65536 values at such a mean (glibc 2.36), which a multiplication would miss.
   double (*volatile power)(double, double) = std::pow;
-  const double mean = 1234.56789;
-  detail::DeviationSquares<detail::Bgr48> squares(mean);
-  for (uint32_t i = 0; i < 2 * 65536; ++i) {
-    const uint32_t value = (i * 7919u) & 0xFFFF;  // scattered, so slots keep changing hands
-    ASSERT_EQ(squares(value), power(double(value) - mean, 2.0)) << value;
+  const detail::PerChannel<double> means = {1234.56789, 0.1, 65535.0 / 3.0};
+  const detail::PerChannel<uint32_t> maxima = {65535, 40000, 65535};
+  const detail::ImageView large{nullptr, 0, 1 << 16, 1 << 16};  // room for a memo
+  const detail::ImageView small{nullptr, 0, 1 << 15, 1};        // too few values to repay one
+  const struct { const char* why; detail::ImageView view; bool memo, expectMemo; } cases[] = {
+      {"memo", large, true, true},
+      {"no memo asked for", large, false, false},
+      {"fewer values than the memo would hold", small, true, false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.why);
+    const detail::DeviationSquares<detail::Bgr48> squares(c.view, means, maxima, c.memo);
+    ASSERT_EQ(squares.HasMemo(), c.expectMemo);
+    int squareDiffers = 0;
+    for (int channel = 0; channel < 3; ++channel)
+      for (uint32_t value = 0; value <= maxima[channel]; ++value) {
+        const double deviation = double(value) - means[channel];
+        const double term = c.expectMemo ? squares.Known(channel, value) : squares.Compute(channel, value);
+        ASSERT_EQ(term, power(deviation, 2.0)) << value;
+        squareDiffers += term != deviation * deviation;
+      }
+    EXPECT_GT(squareDiffers, 0) << "no value tells the power function from a multiplication";
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -243,47 +244,69 @@ const SizeCase kPathSizes[] = {{4, 4, 1},  {6, 4, 1},  {34, 6, 1}, {66, 10, 1},
                                {130, 8, 1}, {4098, 6, 1}, {40, 12, 2}, {30, 18, 3},
                                {48, 16, 4}, {50, 20, 5}};
 
+// A packed job over `input` (8- or 16-bit samples) with rows of kinds GB, RG.
+d::FastPassJob PackedJob(const PathCase &c, const SizeCase &z, const std::vector<std::uint8_t> &input,
+                         const Tables &tables, const double *matrix) {
+  const bool bytes = From8(c.kind);
+  d::FastPassJob job{};
+  job.variant = VariantOf(c.kind);
+  job.family = c.family;
+  job.input = input.data();
+  job.inputStride = std::ptrdiff_t(z.width) * (bytes ? 1 : 2);
+  job.inputSize = {z.width, z.height};
+  job.outputWidth = z.width / z.factor;
+  job.evenRows = d::RowKind::kGB;
+  job.oddRows = d::RowKind::kRG;
+  job.walkEvenRows = job.walkOddRows = true;
+  job.rowBegin = 0;
+  job.rowEnd = z.height;
+  job.luts = tables.Luts();
+  job.context = {z.factor, c.depth, c.depth - 8, matrix, nullptr};
+  job.highByte = c.format == 112;
+  job.outputStride = d::FastPassRowBytes(job);
+  job.shapes = d::CheckTableShapes(job.luts, tables.settings,
+                                   bytes || c.format == 112 ? d::kByteReach : d::kWordReach);
+  return job;
+}
+
+std::vector<std::uint8_t> SampleBytes(const Mosaic &m, bool bytes) {
+  std::vector<std::uint8_t> input(m.samples.size() * (bytes ? 1 : 2));
+  for (std::size_t i = 0; i < m.samples.size(); ++i) {
+    if (bytes) input[i] = std::uint8_t(m.samples[i]);
+    else std::memcpy(&input[2 * i], &m.samples[i], 2);
+  }
+  return input;
+}
+
+d::TableSettings SettingsFor(const PathCase &c, const TableCase &t) {
+  const int outShift = Is32(c.kind) && c.family != d::LineFamily::kCorrected ? c.depth - 8 : 0;
+  return {c.format, t.red, t.green, t.blue, c.depth, c.depth - 8, outShift};
+}
+
+// Correction matrices: a camera's, one whose results wrap past 16 bits and
+// saturate past 32 bits, and one with infinite and NaN elements.
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kMatrices[][9] = {{1.6, -0.4, -0.2, -0.3, 1.5, -0.2, -0.1, -0.5, 1.6},
+                                   {1e10, 0, 0, 0.5, -1e300, 0, 0, 0.25, 70000.5},
+                                   {1.5, -0.75, 300.0, 2.0, kInf, 0.0, kNaN, 1.0, 1.0}};
+
 TEST(FastPassPaths, EveryPathMatchesTheReferenceBitForBit) {
-  // A matrix with large, negative, infinite and NaN elements.
-  const double matrix[9] = {1.5, -0.75, 300.0, -1e300, 0.5, 0.25, 2.0, 1.0 / 0.0, 0.0 / 0.0};
   std::uint32_t seed = 1;
   for (const PathCase &c : kPathCases)
     for (const TableCase &t : kTableCases)
-      for (const SizeCase &z : kPathSizes) {
+      for (const SizeCase &z : kPathSizes)
+        for (int matrixIndex = 0; matrixIndex < 3; ++matrixIndex) {
+        const double *matrix = kMatrices[matrixIndex];
         if (z.factor != 1 && !Is32(c.kind)) continue;
+        if (matrixIndex != 0 && c.family != d::LineFamily::kCorrected) continue;
         SCOPED_TRACE(testing::Message() << c.why << ", " << t.why << ", " << z.width << "x"
-                                        << z.height << " factor " << z.factor);
-        const bool bytes = From8(c.kind);
-        const int outShift = Is32(c.kind) && c.family != d::LineFamily::kCorrected
-                                 ? c.depth - 8 : 0;
-        const d::TableSettings settings = {c.format, t.red, t.green, t.blue, c.depth,
-                                           c.depth - 8, outShift};
-        const Tables tables = MakeTables(settings, t.randomCurve, ++seed);
-        const Mosaic m = RandomMosaic(z.width, z.height, bytes ? 8 : 16, ++seed);
-        std::vector<std::uint8_t> input(m.samples.size() * (bytes ? 1 : 2));
-        for (std::size_t i = 0; i < m.samples.size(); ++i) {
-          if (bytes) input[i] = std::uint8_t(m.samples[i]);
-          else std::memcpy(&input[2 * i], &m.samples[i], 2);
-        }
-        d::FastPassJob job{};
-        job.variant = VariantOf(c.kind);
-        job.family = c.family;
-        job.input = input.data();
-        job.inputStride = std::ptrdiff_t(z.width) * (bytes ? 1 : 2);
-        job.inputSize = m.size;
-        job.outputWidth = z.width / z.factor;
-        job.evenRows = d::RowKind::kGB;
-        job.oddRows = d::RowKind::kRG;
-        job.walkEvenRows = job.walkOddRows = true;
-        job.rowBegin = 0;
-        job.rowEnd = z.height;
-        job.luts = tables.Luts();
-        job.context = {z.factor, c.depth, c.depth - 8, matrix, nullptr};
-        job.highByte = c.format == 112;
-        job.outputStride = d::FastPassRowBytes(job);
-        job.shapes = d::CheckTableShapes(job.luts, settings, bytes || c.format == 112
-                                                                 ? d::kByteReach
-                                                                 : d::kWordReach);
+                                        << z.height << " factor " << z.factor << ", matrix "
+                                        << matrixIndex);
+        const Tables tables = MakeTables(SettingsFor(c, t), t.randomCurve, ++seed);
+        const Mosaic m = RandomMosaic(z.width, z.height, From8(c.kind) ? 8 : 16, ++seed);
+        const std::vector<std::uint8_t> input = SampleBytes(m, From8(c.kind));
+        d::FastPassJob job = PackedJob(c, z, input, tables, matrix);
         EXPECT_EQ(job.shapes.clamped, !t.randomCurve);
         const std::size_t outBytes = std::size_t(job.outputStride) * z.height;
         std::vector<std::uint8_t> reference[4];
@@ -299,6 +322,28 @@ TEST(FastPassPaths, EveryPathMatchesTheReferenceBitForBit) {
           }
         });
       }
+}
+
+// Outputs far larger than the cache take streamed stores on some paths.
+TEST(FastPassPaths, LargeOutputsMatchTheReference) {
+  const PathCase cases[] = {{"8 to 32", Out::k32From8, d::LineFamily::kPlain, 8, 100},
+                            {"16 to 32", Out::k32From16, d::LineFamily::kPlain, 12, 100}};
+  const SizeCase z = {4096, 1040, 1};  // 17 MB of output
+  for (const PathCase &c : cases) {
+    SCOPED_TRACE(c.why);
+    const Tables tables = MakeTables(SettingsFor(c, kTableCases[1]), false, 3);
+    const Mosaic m = RandomMosaic(z.width, z.height, From8(c.kind) ? 8 : 16, 4);
+    const std::vector<std::uint8_t> input = SampleBytes(m, From8(c.kind));
+    d::FastPassJob job = PackedJob(c, z, input, tables, nullptr);
+    std::vector<std::uint8_t> reference;
+    path_test::ForEachPath([&](path_test::Path p) {
+      std::vector<std::uint8_t> out(std::size_t(job.outputStride) * z.height, kSentinel);
+      job.output = out.data();
+      d::RunFastPass(job);
+      if (p == path_test::Path::kReference) reference = out;
+      ASSERT_TRUE(out == reference);
+    });
+  }
 }
 
 }  // namespace

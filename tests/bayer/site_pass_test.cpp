@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "bayer/kernels/site_pass.h"
+#include "bayer/table_shape.h"
 #include "support/paths.h"
 
 namespace {
@@ -29,20 +30,25 @@ struct Scene {
   std::vector<std::uint16_t> tables[3];  // blue, green, red
   Bytes prefill;                          // one packed output's worth of random bytes
   int thresholds[5];
+  TableShapes shapes;  // clamped offsets, unless the tables are the caller's noise
 };
 
 Scene MakeScene(int width, int height, int bits, std::size_t pixelBytes, std::uint32_t seed,
                 bool callerTables) {
   std::mt19937 rng(seed);
-  Scene s{width, height, bits, {}, {}, {}, {0, 69, 170, 250, 255}};
+  Scene s{width, height, bits, {}, {}, {}, {0, 69, 170, 250, 255}, {}};
+  // The converter's clamped offsets: negative, positive, and saturating ones.
+  const std::int32_t max = (1 << bits) - 1, scale = 1 << (bits - 8);
+  s.shapes = {!callerTables, {-7 * scale, max, 0}, {5 * scale, max, 0}, {200 * scale, max, 0}};
+  const ClampedOffset *shapeOf[3] = {&s.shapes.blue, &s.shapes.green, &s.shapes.red};
   s.samples.resize(std::size_t(width) * height);
   // Samples over the whole reach (16-bit ones at 32768 and above too).
   const unsigned mask = bits == 8 ? 0xFF : 0xFFFF;
   for (auto &v : s.samples) v = std::uint16_t(rng() & mask);
-  for (auto &t : s.tables) {
-    t.resize(65536);
-    for (std::size_t i = 0; i < t.size(); ++i)
-      t[i] = callerTables ? std::uint16_t(rng()) : std::uint16_t(i > 4095 ? 4095 : i);
+  for (int k = 0; k < 3; ++k) {
+    s.tables[k].resize(65536);
+    for (unsigned i = 0; i < 65536; ++i)
+      s.tables[k][i] = std::uint16_t(callerTables ? rng() : shapeOf[k]->At(i));
   }
   s.prefill.resize(std::size_t(width) * height * pixelBytes);
   for (auto &b : s.prefill) b = std::uint8_t(rng());
@@ -77,7 +83,7 @@ Bytes Run(Algorithm algorithm, const Scene &s, int origin, int pad, std::vector<
                                         reinterpret_cast<const Sample *>(in),
                                         std::ptrdiff_t(inRow), s.width, s.height};
   const PlaneLuts luts{s.tables[0].data(), s.tables[1].data(), s.tables[2].data()};
-  const PlaneContext context{origin, 0, s.bits - 8, s.bits, 1, s.thresholds};
+  const PlaneContext context{origin, 0, s.bits - 8, s.bits, 1, s.thresholds, &s.shapes};
   auto call = [&](const SiteBand &band) {
     switch (algorithm) {
       case Algorithm::kBilinear: return BilinearRows(frame, luts, context, band);
@@ -138,7 +144,7 @@ void CheckVariant(const char *variant, int bits) {
               MakeScene(size.width, size.height, bits, sizeof(Record), ++seed, callerTables);
           SCOPED_TRACE(std::string(variant) + ", " + kAlgorithmNames[int(algorithm)] +
                        ", origin " + std::to_string(origin) + ", " + size.why +
-                       (callerTables ? ", caller's tables" : ""));
+                       (callerTables ? ", caller's tables" : ", clamped-offset tables"));
           // The reference: each stage over the whole packed frame in turn, plain code.
           ForcePathForTesting(Path::kReference);
           const Bytes expected = Run<Record, Sample>(algorithm, scene, origin, 0, {1 << 20});

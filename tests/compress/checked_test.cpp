@@ -116,7 +116,8 @@ TEST(CheckedDecoder, RefusesHostileStreams) {
        Stream(Concat({fourLeaves, PackBits("00000000 00000000", 0)})), 4},
       {"Huffman bits run out", eHuffman, 64, Stream(fourLeaves), 64},
       {"Huffman tree cut off", eHuffman, 1, Stream(PackBits("0 1 0 1", 0)), 1},
-      {"Huffman tree deeper than 32", eHuffman, 1, Stream(PackBits(leftSpine, 0)), 1},
+      {"Huffman search reaching a leaf deeper than 32", eHuffman, 1,
+       Stream(PackBits(leftSpine, 0)), 1},
       {"Huffman tree with 512 leaves", eHuffman, 1, Stream(PackBits(complete(9), 0)), 1},
   };
   for (const Case &c : cases) {

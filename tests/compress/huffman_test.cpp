@@ -122,6 +122,68 @@ TEST(Huffman, UnmatchedPatternsConsumeTheLongestCodeAndWriteNothing) {
   }
 }
 
+std::string Bits8(int value) {
+  std::string out;
+  for (int k = 7; k >= 0; --k) out += char('0' + ((value >> k) & 1));
+  return out + " ";
+}
+
+TEST(Huffman, DecodesCodesOfOneTo32Bits) {
+  // Internal nodes at depths 0..30 each have a leaf on the left; the node at depth
+  // 31 has two leaves, codes 1...10 and 1...11 of 32 bits.
+  std::string tree;
+  for (int d = 1; d <= 31; ++d) tree += "0 1 1 " + Bits8(d) + "1 ";
+  tree += "0 1 1 " + Bits8(32) + "1 1 " + Bits8(33);
+  std::string data;
+  Bytes expected;
+  for (int d : {1, 32, 7, 33, 31, 2, 12, 13, 14, 1, 1, 33}) {
+    const int ones = d == 33 ? 32 : d - 1;
+    data += std::string(size_t(ones), '1') + (d == 33 ? "" : "0") + " ";
+    expected.push_back(uint8_t(d));
+  }
+  const Bytes payload = PackBits(tree + " " + data, 0);
+  for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
+    Bytes out(expected.size(), kSentinel);
+    decode(payload.data(), out.data(), uint32_t(payload.size()), uint32_t(out.size()));
+    EXPECT_EQ(out, expected);
+  }
+}
+
+TEST(Huffman, LeavesDeeperThan32BitsDecodeUntilASearchReachesThem) {
+  // Root: leaf A on the left (code 0); on the right a chain of 39 internal nodes,
+  // each with only a left child, ending in leaf B at depth 40.
+  std::string deep = "1 " + Bits8('B');
+  for (int k = 0; k < 39; ++k) deep = "0 1 " + deep + " 0";
+  const std::string tree = "0 1 1 " + Bits8('A') + "1 " + deep + " ";
+  const struct {
+    const char *why;
+    std::string data;
+    Bytes output;
+    bool accepted;
+  } cases[] = {
+      {"only the short code is used", "0 0 0 0", {'A', 'A', 'A', 'A'}, true},
+      {"a search passes code 0 and would reach B: decoding stops", "0 0 1 0 0",
+       {'A', 'A', kSentinel, kSentinel}, false},
+  };
+  for (const auto &c : cases) {
+    SCOPED_TRACE(c.why);
+    const Bytes payload = PackBits(tree + c.data, 0);
+    for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
+      Bytes out(4, kSentinel);
+      decode(payload.data(), out.data(), uint32_t(payload.size()), 4);
+      EXPECT_EQ(out, c.output);
+    }
+    CImageCompress codec;
+    codec.InitCompress(eHuffman, 4);
+    const Bytes stream = Stream(payload);
+    Bytes out(4, kSentinel);
+    EXPECT_EQ(codec.DecodeImage(stream.data(), stream.size(), out.data(), out.size()), c.accepted);
+    if (c.accepted) {
+      EXPECT_EQ(out, c.output);
+    }
+  }
+}
+
 TEST(Huffman, TableDecoderMatchesTheLinearSearch) {
   // Skewed data gives codes longer than the table; random payloads give every kind
   // of tree, with missing children and unmatched patterns.

@@ -1,5 +1,6 @@
 // LZ77 payloads worked out by hand, and the fast search against the literal one.
 #include "compress/codecs.h"
+#include "photographs.h"
 #include "test_data.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +14,8 @@ namespace {
 using Encoder = uint32_t (*)(const uint8_t *, uint8_t *, uint32_t, uint32_t *);
 
 Bytes Lz77Payload(const Bytes &input, Encoder encode = detail::Lz77Encode) {
-  std::vector<uint32_t> table(detail::kHashHeads + input.size(), 0xDEADBEEF);
+  std::vector<uint32_t> table(size_t(detail::Lz77TableEntries(uint32_t(input.size()))),
+                              0xDEADBEEF);
   Bytes out(input.size() + input.size() / 256 + 1, kSentinel);
   out.resize(encode(input.data(), out.data(), uint32_t(input.size()), table.data()));
   return out;
@@ -88,30 +90,83 @@ TEST(Lz77, NearestOfEqualLengthsWins) {
             Concat({{0x00}, key, {1, 2, 3, 4, 5}, {0x00, 0x04, 0x09}, {6, 7, 8}, {0x00, 0x04, 0x07}}));
 }
 
+// Words of 12 bytes with one byte changed here and there: many candidates that
+// agree for the same 4 to 11 bytes, at different distances.
+Bytes NearlyEqualWords(size_t n, uint32_t seed) {
+  std::mt19937 rng(seed);
+  const Bytes words = RandomBytes(4 * 12, seed + 1);
+  Bytes out;
+  while (out.size() < n) {
+    const size_t word = rng() % 4;
+    out.insert(out.end(), words.begin() + 12 * word, words.begin() + 12 * (word + 1));
+    if (rng() % 2) out[out.size() - 1 - rng() % 12] ^= uint8_t(1 + rng() % 3);
+  }
+  return out;
+}
+
+// Period-q patterns of several lengths with breaks between them, q = 1 .. 9.
+Bytes Periodic(uint32_t seed) {
+  Bytes out;
+  for (size_t q = 1; q <= 9; ++q) {
+    const Bytes pattern = RandomBytes(q, seed + uint32_t(q), 3);
+    for (size_t length : {q * 3 + 1, size_t(40), size_t(333)}) {
+      out = Concat({out, Repeat(pattern, length), RandomBytes(1 + q % 3, seed + uint32_t(length))});
+    }
+  }
+  return out;
+}
+
+// A 4- or 5-byte repeat just inside and just beyond the farthest distance at which
+// a match of that length is emitted (the fast search looks for 4 bytes no farther).
+Bytes RepeatAt(size_t length, size_t distance, uint32_t seed) {
+  Bytes out = RandomBytes(distance + length + 16, seed);
+  std::copy(out.begin() + 8, out.begin() + 8 + ptrdiff_t(length), out.begin() + 8 + ptrdiff_t(distance));
+  return out;
+}
+
 TEST(Lz77, FastSearchMatchesTheLiteralSearch) {
   Bytes runsAndBreaks;  // runs of one value with single other bytes between them
   for (int k = 0; k < 60; ++k) {
     runsAndBreaks.insert(runsAndBreaks.end(), size_t(3 + (k * 37) % 90), 0x55);
     runsAndBreaks.push_back(uint8_t(k % 3));
   }
+  const Bytes block = RandomBytes(300, 40);
   const struct {
     const char *why;
     Bytes input;
   } cases[] = {
       {"flat in parts", Concat({Bytes(700, 7), {1}, Bytes(1500, 7), {2}, Bytes(900, 7)})},
       {"runs of one value between other bytes", runsAndBreaks},
+      {"runs of 1 to 40 over two values", Runs(30000, 41, 40, 2)},
+      {"periods 1 to 9, short and long stretches", Periodic(42)},
       {"period 3 then period 5", Concat({Repeat({1, 2, 3}, 3000), Repeat({1, 2, 3, 1, 2}, 3000)})},
       {"period 13 with a run inside", Repeat({9, 1, 9, 2, 9, 1, 9, 3, 4, 4, 4, 4, 4}, 3000)},
       {"period 70, beyond the closed form", Repeat(RandomBytes(70, 21), 8000)},
       {"long runs", Runs(40000, 23, 3000, 2)},
+      {"near-equal candidates of equal lengths", NearlyEqualWords(20000, 43)},
       {"four-value noise", RandomBytes(20000, 25, 4)},
+      {"matches reaching the end", Concat({block, RandomBytes(50, 44), block})},
+      {"a match ending 3 bytes short of the end", Concat({block, RandomBytes(50, 45), block, {9, 9, 9}})},
+      {"length 4 at distance 127", RepeatAt(4, 127, 46)},
+      {"length 4 at distance 128", RepeatAt(4, 128, 47)},
+      {"length 5 at distance 16383", RepeatAt(5, 16383, 48)},
+      {"length 5 at distance 16384", RepeatAt(5, 16384, 49)},
       {"8-bit mosaic", Mosaic(64, 64, 8, 1.5, 27)},
       {"12-bit mosaic in 16-bit words", Mosaic(64, 48, 12, 8.0, 30)},
+      {"10-bit dark noise in 16-bit words", Mosaic(96, 64, 10, 3.0, 31, 0.1)},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.why);
     EXPECT_EQ(Lz77Payload(c.input), Lz77Payload(c.input, detail::Lz77EncodeReference));
   }
+}
+
+TEST(Lz77, FastSearchMatchesTheLiteralSearchOnPhotographMosaics) {
+  const std::vector<Bytes> mosaics = PhotographMosaics(160, 96);
+  if (mosaics.empty()) GTEST_SKIP() << "no sample photographs here";
+  for (size_t k = 0; k < mosaics.size(); ++k)
+    EXPECT_EQ(Lz77Payload(mosaics[k]), Lz77Payload(mosaics[k], detail::Lz77EncodeReference))
+        << "mosaic " << k;
 }
 
 TEST(Lz77, FastSearchMatchesTheLiteralSearchOnEveryShortInput) {

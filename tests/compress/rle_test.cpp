@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace tavrix::test {
 namespace {
 
@@ -66,6 +68,52 @@ TEST(Rle, EscapeIsTheRarestValueSmallestOnTies) {
                {"a missing value", allButOne, 155},
                {"only 0x00 present: 0x01", {0, 0, 0}, 0x01}};
   for (const auto &c : cases) EXPECT_EQ(RlePayload(c.input)[0], c.escape) << c.why;
+}
+
+// The payload built run by run, one chunk at a time, as the format describes it.
+Bytes PlainRlePayload(const Bytes &input, uint8_t escape) {
+  Bytes out = {escape};
+  for (size_t i = 0; i < input.size();) {
+    size_t run = 1;
+    while (i + run < input.size() && input[i + run] == input[i]) ++run;
+    const uint8_t v = input[i];
+    i += run;
+    while (run > 0) {
+      const size_t chunk = std::min<size_t>(run, 32768);
+      run -= chunk;
+      if (chunk >= 4 && chunk <= 128) {
+        out.insert(out.end(), {escape, uint8_t(chunk - 1), v});
+      } else if (chunk > 128) {
+        out.insert(out.end(), {escape, uint8_t(0x80 | (chunk - 1) >> 8), uint8_t(chunk - 1), v});
+      } else if (v == escape) {
+        out.insert(out.end(), {escape, uint8_t(chunk - 1)});
+      } else {
+        out.insert(out.end(), chunk, v);
+      }
+    }
+  }
+  return out;
+}
+
+TEST(Rle, ScanningWriterMatchesThePlainChunking) {
+  // Runs of 1 to 6 over few values put runs of 3 and 4 and escapes at every offset
+  // of the eight-byte scan; the long runs cross the chunk size.
+  const struct {
+    const char *why;
+    Bytes input;
+  } cases[] = {
+      {"short runs over two values", Runs(5000, 61, 6, 2)},
+      {"short runs over five values", Runs(5000, 62, 6, 5)},
+      {"runs to 40000", Runs(200000, 63, 40000, 3)},
+      {"noise with rare repeats", RandomBytes(5000, 64)},
+      {"12-bit mosaic", Mosaic(40, 30, 12, 3.0, 65)},
+  };
+  for (const auto &c : cases)
+    for (size_t cut : {c.input.size(), c.input.size() - 5, size_t(13)}) {
+      const Bytes input(c.input.begin(), c.input.begin() + ptrdiff_t(cut));
+      const Bytes payload = RlePayload(input);
+      EXPECT_EQ(payload, PlainRlePayload(input, payload[0])) << c.why << ", " << cut << " bytes";
+    }
 }
 
 }  // namespace

@@ -71,19 +71,18 @@ const Golden kGoldens[] = {
 
 Samples UnpackAll(Packing p, int bits, const Bytes &in, int width, int height) {
   Samples out(std::size_t(width) * height);
-  std::string why;
-  EXPECT_TRUE(tavrix::Unpack(p, bits, width, height, in.data(), tavrix::PackedRowBytes(p, width),
-                             out.data(), 2 * std::size_t(width), &why))
-      << why;
+  const tavrix::Status s = tavrix::Unpack(p, bits, width, height, in.data(),
+                                          tavrix::PackedRowBytes(p, width), out.data(),
+                                          2 * std::size_t(width));
+  EXPECT_TRUE(s.ok()) << s.message();
   return out;
 }
 
 Bytes PackAll(Packing p, int bits, const Samples &in, int width, int height) {
   Bytes out(tavrix::PackedRowBytes(p, width) * height);
-  std::string why;
-  EXPECT_TRUE(tavrix::Pack(p, bits, width, height, in.data(), 2 * std::size_t(width), out.data(),
-                           tavrix::PackedRowBytes(p, width), &why))
-      << why;
+  const tavrix::Status s = tavrix::Pack(p, bits, width, height, in.data(), 2 * std::size_t(width),
+                                        out.data(), tavrix::PackedRowBytes(p, width));
+  EXPECT_TRUE(s.ok()) << s.message();
   return out;
 }
 
@@ -115,13 +114,15 @@ TEST(Packing, RoundTripsRandomSamplesThroughPaddedRows) {
         const std::size_t packedStride = tavrix::PackedRowBytes(p, s.width) + 5;
         Bytes packed(packedStride * s.height, kSentinel);
         ASSERT_TRUE(tavrix::Pack(p, bits, s.width, s.height, samples.data(),
-                                 2 * std::size_t(s.width + 3), packed.data(), packedStride));
+                                 2 * std::size_t(s.width + 3), packed.data(), packedStride)
+                        .ok());
         for (int r = 0; r < s.height; ++r)
           for (std::size_t k = packedStride - 5; k < packedStride; ++k)
             ASSERT_EQ(packed[r * packedStride + k], kSentinel) << "row padding written";
         Samples back(samples.size(), 0xA5A5);
         ASSERT_TRUE(tavrix::Unpack(p, bits, s.width, s.height, packed.data(), packedStride,
-                                   back.data(), 2 * std::size_t(s.width + 3)));
+                                   back.data(), 2 * std::size_t(s.width + 3))
+                        .ok());
         EXPECT_EQ(back, samples);
       }
 }
@@ -148,7 +149,7 @@ TEST(Packing, EveryPathMatchesTheReferenceBitForBit) {
                                             p == Packing::kMsb16 ? 16u - bits : 0u);
       path_test::ForEachPath([&](path_test::Path) {
         tavrix::RowUnpacker row;
-        ASSERT_TRUE(row.Prepare(p, bits, width));
+        ASSERT_TRUE(row.Prepare(p, bits, width).ok());
         ASSERT_EQ(row.PackedBytes(), packed.size());
         Samples got(std::size_t(width) + 8, 0xA5A5);  // the 8 past the row stay untouched
         row(packed.data(), got.data());
@@ -164,34 +165,40 @@ TEST(Packing, RefusesWhatALayoutCannotExpressAndWritesNothing) {
     Packing packing;
     int bits, width, height;
     std::size_t packedStride, sampleStride;
+    tavrix::StatusCode code;
     const char *message;
   };
+  using C = tavrix::StatusCode;
   const Refusal kRefusals[] = {
-      {"raw12 holds 12 bits only", Packing::kRaw12, 10, 8, 2, 12, 16,
+      {"raw12 holds 12 bits only", Packing::kRaw12, 10, 8, 2, 12, 16, C::kInvalidOption,
        "raw12 cannot carry 10-bit samples: it holds 12-bit samples only"},
-      {"plain8 holds at most 8", Packing::kPlain8, 9, 8, 2, 8, 16,
+      {"plain8 holds at most 8", Packing::kPlain8, 9, 8, 2, 8, 16, C::kInvalidOption,
        "plain8 cannot carry 9-bit samples: it holds 1 to 8 bits"},
-      {"msb16 needs a width", Packing::kMsb16, 0, 8, 2, 16, 16,
+      {"msb16 needs a width", Packing::kMsb16, 0, 8, 2, 16, 16, C::kInvalidOption,
        "msb16 cannot carry 0-bit samples: it holds 1 to 16 bits"},
-      {"raw10 groups four samples", Packing::kRaw10, 10, 6, 2, 10, 12,
+      {"raw10 groups four samples", Packing::kRaw10, 10, 6, 2, 10, 12, C::kInvalidSize,
        "raw10 packs 4 samples into 5 bytes: width 6 is not a multiple of 4"},
-      {"packed stride shorter than a row", Packing::kMono12p, 12, 8, 2, 11, 16,
+      {"packed stride shorter than a row", Packing::kMono12p, 12, 8, 2, 11, 16, C::kInvalidStride,
        "packed stride 11 is below the 12 bytes of a mono12p row of 8 samples"},
-      {"odd sample stride", Packing::kRaw12, 12, 8, 2, 12, 17,
+      {"odd sample stride", Packing::kRaw12, 12, 8, 2, 12, 17, C::kInvalidStride,
        "sample stride 17 must be even and at least 16 bytes (8 16-bit samples)"},
-      {"negative height", Packing::kRaw12, 12, 8, -1, 12, 16, "height -1 is negative"},
+      {"negative height", Packing::kRaw12, 12, 8, -1, 12, 16, C::kInvalidSize,
+       "height -1 is negative"},
   };
   for (const Refusal &r : kRefusals) {
     SCOPED_TRACE(r.why);
     Bytes packed(64, kSentinel);
     Samples samples(64, 0xA5A5);
-    std::string why;
-    EXPECT_FALSE(tavrix::Unpack(r.packing, r.bits, r.width, r.height, packed.data(),
-                                r.packedStride, samples.data(), r.sampleStride, &why));
-    EXPECT_EQ(why, r.message);
+    const tavrix::Status unpacked = tavrix::Unpack(r.packing, r.bits, r.width, r.height,
+                                                   packed.data(), r.packedStride, samples.data(),
+                                                   r.sampleStride);
+    EXPECT_EQ(unpacked.code(), r.code);
+    EXPECT_EQ(unpacked.message(), r.message);
     EXPECT_EQ(samples, Samples(64, 0xA5A5));
-    EXPECT_FALSE(tavrix::Pack(r.packing, r.bits, r.width, r.height, samples.data(),
-                              r.sampleStride, packed.data(), r.packedStride, &why));
+    const tavrix::Status packedStatus = tavrix::Pack(r.packing, r.bits, r.width, r.height,
+                                                     samples.data(), r.sampleStride,
+                                                     packed.data(), r.packedStride);
+    EXPECT_EQ(packedStatus.code(), r.code);
     EXPECT_EQ(packed, Bytes(64, kSentinel));
   }
 }
@@ -201,7 +208,8 @@ TEST(Packing, NamesRoundTripAndFixedDepthsAreTheOnlyOnesAccepted) {
     EXPECT_EQ(tavrix::PackingFromName(tavrix::PackingName(p)), p);
     const int fixed = tavrix::PackingFixedBits(p);
     if (fixed == 0) continue;
-    for (int bits = 1; bits <= 16; ++bits) EXPECT_EQ(tavrix::CheckPacking(p, bits, 4), bits == fixed);
+    for (int bits = 1; bits <= 16; ++bits)
+      EXPECT_EQ(tavrix::CheckPacking(p, bits, 4).ok(), bits == fixed);
   }
   EXPECT_FALSE(tavrix::PackingFromName("raw16"));
 }

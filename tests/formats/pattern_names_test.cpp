@@ -65,8 +65,8 @@ TEST(PatternNames, EveryFormOfTheTable) {
   for (const Named &n : kNames) {
     SCOPED_TRACE(n.name);
     PatternName got;
-    std::string why;
-    ASSERT_TRUE(tavrix::ParsePatternName(n.name, &got, &why)) << why;
+    const tavrix::Status s = tavrix::ParsePatternName(n.name, &got);
+    ASSERT_TRUE(s.ok()) << s.message();
     EXPECT_EQ(got.origin, n.origin);
     EXPECT_EQ(got.packing, n.packing);
     EXPECT_EQ(got.bits, n.bits);
@@ -79,9 +79,9 @@ TEST(PatternNames, RefusesWhatNamesNoBayerCell) {
     SCOPED_TRACE(name);
     PatternName got;
     got.bits = -1;
-    std::string why;
-    EXPECT_FALSE(tavrix::ParsePatternName(name, &got, &why));
-    EXPECT_NE(why.find("unknown Bayer pattern name"), std::string::npos);
+    const tavrix::Status s = tavrix::ParsePatternName(name, &got);
+    EXPECT_EQ(s.code(), tavrix::StatusCode::kInvalidOption);
+    EXPECT_NE(s.message().find("unknown Bayer pattern name"), std::string::npos);
     EXPECT_EQ(got.bits, -1) << "refused names leave the result alone";
   }
 }
@@ -121,7 +121,7 @@ TEST(PatternNames, OpenCvNamesOnASyntheticMosaic) {
     SCOPED_TRACE(c.openCvName);
     std::vector<std::uint8_t> mosaic = FlatMosaic(c.cell, kW, kH);
     PatternName name;
-    ASSERT_TRUE(tavrix::ParsePatternName(c.openCvName, &name));
+    ASSERT_TRUE(tavrix::ParsePatternName(c.openCvName, &name).ok());
     CBayerConverter converter;
     converter.SetPatternOrigin(name.origin);
     converter.SetCalcMode(eBilinear);

@@ -17,7 +17,8 @@ Bytes Packed(Packing packing, int bits, const std::vector<std::uint16_t> &sample
   const std::size_t rowBytes = PackedRowBytes(packing, kWidth);
   Bytes out(rowBytes * kHeight);
   EXPECT_TRUE(Pack(packing, bits, kWidth, kHeight, samples.data(), 2 * kWidth, out.data(),
-                   rowBytes));
+                   rowBytes)
+                  .ok());
   return out;
 }
 

@@ -108,7 +108,7 @@ struct Averages<true, kPass> {
 };
 
 template <Estimate kEstimate, class Sample, class Math>
-inline int Interpolate(const Sample *p, std::ptrdiff_t w, const std::uint16_t *lut,
+TAVRIX_SITE_INLINE int Interpolate(const Sample *p, std::ptrdiff_t w, const std::uint16_t *lut,
                        const Math &math) {
   if constexpr (kEstimate == Estimate::kDirect) {
     return math.Direct(lut[p[0]]);
@@ -134,7 +134,7 @@ struct SitePass {
       BilinearPassDecimates(kPass, kOrigin, std::is_same<Sample, std::uint16_t>::value);
 
   template <int kRow, int kColumn>
-  static void Put(Record &px, const Sample *p, std::ptrdiff_t w, const std::uint16_t *lut,
+  TAVRIX_SITE_INLINE static void Put(Record &px, const Sample *p, std::ptrdiff_t w, const std::uint16_t *lut,
                   const Math &math) {
     using ChannelValue = std::remove_reference_t<decltype(Store::template At<kChannel>(px))>;
     constexpr Estimate kEstimate = EstimateAt(kPass, kOrigin, kRow, kColumn);

@@ -12,8 +12,7 @@ namespace {
 struct ByteStore {
   static constexpr std::ptrdiff_t kBytes = 4;
   void operator()(std::uint8_t *o, TableValues v) const {
-    StoreRecord(o, CBayerConverter::BGRxTRIPLE{std::uint8_t(v.blue), std::uint8_t(v.green),
-                                               std::uint8_t(v.red), 0});
+    StoreBgrx(o, v.blue, v.green, v.red);
   }
 };
 

@@ -9,6 +9,7 @@
 //   48-bit output: clamp 0..2^bit depth - 1
 #include "bayer/kernels/band_walk.h"
 #include "bayer/kernels/line_walk.h"
+#include "bayer/kernels/simd/line_bodies.h"
 #include "bayer/numeric.h"
 
 namespace tavrix::detail {
@@ -57,8 +58,7 @@ struct CorrectedStore<CBayerConverter::BGRxTRIPLE> : CorrectedStoreBase {
   using CorrectedStoreBase::CorrectedStoreBase;
   void operator()(std::uint8_t *o, TableValues v) {
     const Corrected c = Multiply(v);
-    StoreRecord(o, CBayerConverter::BGRxTRIPLE{ClampByte(c.blue), ClampByte(c.green),
-                                               ClampByte(c.red), 0});
+    StoreBgrx(o, ClampByte(c.blue), ClampByte(c.green), ClampByte(c.red));
   }
 };
 
@@ -69,8 +69,8 @@ struct CorrectedStore<tagRGBTRIPLE> : CorrectedStoreBase {
   explicit CorrectedStore(const LineContext &c) : CorrectedStoreBase(c), shift(c.depthShift) {}
   void operator()(std::uint8_t *o, TableValues v) {
     const Corrected c = Multiply(v);
-    StoreRecord(o, tagRGBTRIPLE{ClampByte(c.blue >> shift), ClampByte(c.green >> shift),
-                                ClampByte(c.red >> shift)});
+    StoreBytes(o, ClampByte(c.blue >> shift), ClampByte(c.green >> shift),
+               ClampByte(c.red >> shift));
   }
   int shift;
 };
@@ -84,7 +84,7 @@ struct CorrectedStore<CBayerConverter::RGBTRIPLE16> : CorrectedStoreBase {
   std::uint16_t Limit(int v) const { return std::uint16_t(v > max ? max : (v < 0 ? 0 : v)); }
   void operator()(std::uint8_t *o, TableValues v) {
     const Corrected c = Multiply(v);
-    StoreRecord(o, CBayerConverter::RGBTRIPLE16{Limit(c.blue), Limit(c.green), Limit(c.red)});
+    StoreWords(o, Limit(c.blue), Limit(c.green), Limit(c.red));
   }
   int max;
 };
@@ -93,7 +93,9 @@ struct CorrectedStore<CBayerConverter::RGBTRIPLE16> : CorrectedStoreBase {
 template <class Record, class Row>
 void Corrected(const FastPassJob &job) {
   CorrectedStore<Record> store(job.context);
-  WalkBand<CorrectedStore<Record>::kColumns, Row>(job, store);
+  VectorLineArgs args;
+  const RowBody *bodies = ChooseLineBodies(job, args);
+  WalkBand<CorrectedStore<Record>::kColumns, Row>(job, store, bodies, &args);
 }
 
 }  // namespace

@@ -19,8 +19,7 @@ struct PlainStore<CBayerConverter::BGRxTRIPLE> {
   static constexpr std::ptrdiff_t kBytes = 4;
   explicit PlainStore(const LineContext &) {}
   void operator()(std::uint8_t *o, TableValues v) const {
-    StoreRecord(o, CBayerConverter::BGRxTRIPLE{std::uint8_t(v.blue), std::uint8_t(v.green),
-                                               std::uint8_t(v.red), 0});
+    StoreBgrx(o, v.blue, v.green, v.red);
   }
 };
 
@@ -30,8 +29,7 @@ struct PlainStore<tagRGBTRIPLE> {
   static constexpr std::ptrdiff_t kBytes = 3;
   explicit PlainStore(const LineContext &c) : shift(c.depthShift) {}
   void operator()(std::uint8_t *o, TableValues v) const {
-    StoreRecord(o, tagRGBTRIPLE{std::uint8_t(v.blue >> shift), std::uint8_t(v.green >> shift),
-                                std::uint8_t(v.red >> shift)});
+    StoreBytes(o, v.blue >> shift, v.green >> shift, v.red >> shift);
   }
   int shift;
 };
@@ -42,9 +40,8 @@ struct PlainStore<CBayerConverter::RGBTRIPLE16> {
   static constexpr std::ptrdiff_t kBytes = 6;
   explicit PlainStore(const LineContext &c) : max((1u << c.bitDepth) - 1) {}
   void operator()(std::uint8_t *o, TableValues v) const {
-    StoreRecord(o, CBayerConverter::RGBTRIPLE16{std::uint16_t(v.blue > max ? max : v.blue),
-                                                std::uint16_t(v.green > max ? max : v.green),
-                                                std::uint16_t(v.red > max ? max : v.red)});
+    StoreWords(o, v.blue > max ? max : v.blue, v.green > max ? max : v.green,
+               v.red > max ? max : v.red);
   }
   unsigned max;
 };

@@ -45,7 +45,7 @@ struct Laplacian1Pass {
 
   // Green plane: own green, or green estimated at a red or blue site.
   template <SiteColour kSite>
-  static void Green(const Sample *s, Record &px, std::ptrdiff_t w, const PlaneLuts &luts,
+  TAVRIX_SITE_INLINE static void Green(const Sample *s, Record &px, std::ptrdiff_t w, const PlaneLuts &luts,
                     const Store &store) {
     const std::uint16_t *g = luts.green;
     if constexpr (kSite == SiteColour::kGreen) {
@@ -64,7 +64,7 @@ struct Laplacian1Pass {
   // colour lies left and right (else above and below). `ow`: output row pitch
   // in bytes.
   template <Channel kTarget, SiteColour kSite, bool kRowHoldsTarget>
-  static void RedOrBlue(const Sample *s, Record *o, std::ptrdiff_t w, std::ptrdiff_t ow,
+  TAVRIX_SITE_INLINE static void RedOrBlue(const Sample *s, Record *o, std::ptrdiff_t w, std::ptrdiff_t ow,
                         const PlaneLuts &luts, const Store &store) {
     constexpr SiteColour kColour = kTargetColour<kTarget>;
     const std::uint16_t *t = TableOf(kColour, luts);

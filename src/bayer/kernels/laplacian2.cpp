@@ -29,8 +29,6 @@
 #include "bayer/kernels/simd/site_fast.h"
 #include "bayer/kernels/site_helpers.h"
 #include "bayer/kernels/store_policy.h"
-#include "bayer/walk_limits.h"
-#include "cpu/dispatch.h"
 
 namespace tavrix::detail {
 namespace {
@@ -143,7 +141,7 @@ struct Laplacian2Pass {
   }
 
   template <Stage kStage, int kRow, int kColumn>
-  static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
+  TAVRIX_SITE_INLINE static void Visit(const Site &at, const PlaneLuts &luts, const Store &store,
                     const int *thresholds) {
     constexpr SiteColour kSite = ColourAt(kOrigin, kRow, kColumn);
     Record &px = *at.o;
@@ -220,20 +218,13 @@ struct WholeFramePass {
   }
 };
 
-// The vector bodies gather each site's operands (table lookups included, so
-// any table contents work) and run candidates and choice as lanes.
 template <class Record, class Sample>
 void Laplacian2Band(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
                     const PlaneContext &context, const SiteBand &band) {
-#if TAVRIX_SIMD_X86
-  const int o = context.origin;
-  const bool assigned = o == eOriginGB || o == eOriginGR || o == eOriginBG || o == eOriginRG;
-  if (assigned && IsBayerFrame({frame.width, frame.height})) {
-    const Path path = ActivePath();
-    if (Admits(path, Path::kAvx2)) return Laplacian2RowsAvx2(frame, luts, context, band);
-    if (Admits(path, Path::kSse41)) return Laplacian2RowsSse41(frame, luts, context, band);
-  }
-#endif
+  using Fast = void (*)(const SiteFrame<Record, Sample> &, const PlaneLuts &,
+                        const PlaneContext &, const SiteBand &);
+  if (const Fast fast = PickSiteBody<Fast>(frame, context, TAVRIX_SITE_BODIES(Laplacian2Rows)))
+    return fast(frame, luts, context, band);
   RunBand<Laplacian2Family>(frame, luts, context, band);
 }
 

@@ -136,10 +136,23 @@ void WalkRow(std::uint8_t *o, Row top, Row below, std::ptrdiff_t limit, int fact
   put(o, SitePixel<kKind, kGreenAtEven>(top, below, limit - 2, lut));
 }
 
-// Stores a record byte-wise: output rows may start at any byte offset.
-template <class Record>
-inline void StoreRecord(std::uint8_t *o, const Record &px) {
-  std::memcpy(o, &px, sizeof px);
+// Stores a record's fields one by one at any byte offset (output rows may start
+// anywhere). Building the record on the stack and copying it whole would read
+// back narrower stores than it loads, which stalls store forwarding per pixel.
+inline void StoreBytes(std::uint8_t *o, unsigned blue, unsigned green, unsigned red) {
+  o[0] = std::uint8_t(blue);
+  o[1] = std::uint8_t(green);
+  o[2] = std::uint8_t(red);
+}
+inline void StoreBgrx(std::uint8_t *o, unsigned blue, unsigned green, unsigned red) {
+  StoreBytes(o, blue, green, red);
+  o[3] = 0;
+}
+inline void StoreWords(std::uint8_t *o, unsigned blue, unsigned green, unsigned red) {
+  const std::uint16_t b = std::uint16_t(blue), g = std::uint16_t(green), r = std::uint16_t(red);
+  std::memcpy(o, &b, 2);
+  std::memcpy(o + 2, &g, 2);
+  std::memcpy(o + 4, &r, 2);
 }
 
 }  // namespace tavrix::detail

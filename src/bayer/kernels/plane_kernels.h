@@ -42,6 +42,15 @@
 #define TAVRIX_DEFINE_PLANE_KERNEL(Name, Run)                                                \
   TAVRIX_FOR_EACH_VARIANT(TAVRIX_PLANE_VARIANT, Name, Run)
 
+// Per-site bodies that the compiler would otherwise call out of line once per
+// site (it judges the many template instances too big to inline): forcing them
+// inline lets the row loop keep tables and pointers in registers.
+#if defined(__GNUC__) || defined(__clang__)
+#define TAVRIX_SITE_INLINE inline __attribute__((always_inline))
+#else
+#define TAVRIX_SITE_INLINE inline
+#endif
+
 namespace tavrix::detail {
 
 enum class SiteColour { kGreen, kRed, kBlue };

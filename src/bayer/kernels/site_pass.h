@@ -53,6 +53,8 @@
 
 namespace tavrix::detail {
 
+struct TableShapes;
+
 // What the per-site kernels read from the converter.
 struct PlaneContext {
   int origin;                   // m_patternOrigin as stored (any value)
@@ -61,6 +63,9 @@ struct PlaneContext {
   int bitDepth;                 // m_bitDepth
   int sampleFactor;             // m_sampleFactor (ignored by the banded entries)
   const int *scaledThresholds;  // m_scaledThresholds, five entries
+  // The tables' shapes when checked (table_shape.h): vector bodies compute
+  // clamped-offset tables instead of looking them up. Null: look them up.
+  const TableShapes *shapes = nullptr;
 };
 
 struct PlaneLuts {

@@ -7,4 +7,12 @@ const RowBody *LineBodiesAvx2(BodyInput input, BodyOutput output) {
   return X86LineBodies(input, output);
 }
 
+const RowBody *LookupBodiesAvx2(BodyInput input, BodyOutput output) {
+  return X86LookupBodies(input, output);
+}
+
+const RowBody *CorrectedBodiesAvx2(BodyInput input, BodyOutput output) {
+  return X86CorrectedBodies(input, output);
+}
+
 }  // namespace tavrix::detail

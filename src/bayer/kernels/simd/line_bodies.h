@@ -25,6 +25,13 @@ struct VectorLineArgs {
   ChannelRamp blue, green, red;
   int shift;             // word lanes: right shift after the clamp (24-bit: plus the depth shift)
   std::uint16_t limit;   // 48-bit output: the largest value stored
+  bool stream;           // store aligned rows past the caches (outputs far larger than them)
+  // The corrected pass: the matrix, then (24-bit) an arithmetic shift and a clamp to 0 .. max.
+  const double *matrix;
+  int narrowShift;
+  int narrowMax;
+  // Tables that are not clamped offsets, with 8-bit indexes: the byte each entry stores.
+  std::uint8_t tables[3][256];
 };
 
 // Which samples a body reads and what it stores.
@@ -40,10 +47,14 @@ enum class BodyOutput { k24, k32, k48 };
 // where the instruction set has none. Byte lanes need shift 0 and no limit.
 const RowBody *LineBodiesSse41(BodyInput input, BodyOutput output);
 const RowBody *LineBodiesAvx2(BodyInput input, BodyOutput output);
+const RowBody *CorrectedBodiesAvx2(BodyInput input, BodyOutput output);
+const RowBody *LookupBodiesAvx2(BodyInput input, BodyOutput output);  // the byte lanes only
 
-// The bodies of the active path for a plain or byte-select job, with their
+// The bodies of the active path for a job of any family, with their
 // arguments filled in; nullptr when the tables are not clamped offsets, when
 // the lanes cannot hold the shapes, or when the reference path is active.
+// Tables of any curve indexed by bytes (8-bit samples, byte-select) are looked
+// up in registers on AVX2.
 const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args);
 
 }  // namespace tavrix::detail

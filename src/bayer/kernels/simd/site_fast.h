@@ -6,6 +6,7 @@
 #define TAVRIX_SRC_BAYER_KERNELS_SIMD_SITE_FAST_H
 
 #include "bayer/kernels/site_pass.h"
+#include "cpu/dispatch.h"
 
 namespace tavrix::detail {
 
@@ -39,6 +40,28 @@ TAVRIX_SITE_FAST(Laplacian2RowsAvx2)
             const SiteBand &b) {                                                                \
     Body<Record, Sample>(f, l, c, b);                                                           \
   }
+
+// The vector body a band entry takes on this call, or null for the plain
+// templates: chosen once per call from ActivePath(), only for frames the entry
+// accepts and assigned origins. The bodies gather each site's operands through
+// the tables (or compute clamped-offset ones), so any table contents work.
+template <class Fast, class Frame>
+inline Fast PickSiteBody(const Frame &frame, const PlaneContext &context, Fast sse41, Fast avx2) {
+  const int o = context.origin;
+  const bool assigned = o == eOriginGB || o == eOriginGR || o == eOriginBG || o == eOriginRG;
+  const bool bayer = frame.width >= 4 && frame.height >= 4 && frame.width % 2 == 0 &&
+                     frame.height % 2 == 0;
+  if (!assigned || !bayer) return nullptr;
+  const Path path = ActivePath();
+  if (avx2 && Admits(path, Path::kAvx2)) return avx2;
+  if (sse41 && Admits(path, Path::kSse41)) return sse41;
+  return nullptr;
+}
+#if TAVRIX_SIMD_X86
+#define TAVRIX_SITE_BODIES(Name) Name##Sse41, Name##Avx2
+#else
+#define TAVRIX_SITE_BODIES(Name) nullptr, nullptr
+#endif
 
 }  // namespace tavrix::detail
 

@@ -1,0 +1,22 @@
+// Conversions straight on the caller's strided buffers, in bands of rows, on the
+// kernels' banded entries (the fast pass's FastPassJob, the per-site stages):
+// no scratch copy. The frames these entries cannot take (decimated 32-bit
+// output, sensor layouts to unpack, 16-bit rows at odd addresses) go through
+// the halo bands of demosaic.cpp instead.
+#ifndef TAVRIX_SRC_API_DIRECT_BANDS_H
+#define TAVRIX_SRC_API_DIRECT_BANDS_H
+
+#include "api/converter_cache.h"
+#include "api/demosaic_plan.h"
+
+namespace tavrix::detail {
+
+bool RunsDirect(const DemosaicPlan &plan);
+
+// `slot`'s tables must already suit the plan (a refused call of its entry point
+// refreshes them); they are only read, by every task at once.
+void RunDirect(const DemosaicPlan &plan, const CachedConverter &slot, const Parallelism &parallel);
+
+}  // namespace tavrix::detail
+
+#endif
