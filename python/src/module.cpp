@@ -158,9 +158,7 @@ ePatternOrigin OriginOf(const py::object &pattern) {
   if (!py::isinstance<py::str>(pattern))
     throw py::type_error("pattern: a name such as 'RGGB', 'BayerRG12p', 'SRGGB10P' or an origin number");
   tavrix::PatternName parsed;
-  std::string why;
-  if (!tavrix::ParsePatternName(pattern.cast<std::string>(), &parsed, &why))
-    throw py::value_error("pattern: " + why);
+  Check(tavrix::ParsePatternName(pattern.cast<std::string>(), &parsed));
   return parsed.origin;
 }
 
@@ -186,11 +184,53 @@ Decimated DecimatedGeometry(int width, int height, int factor) {
 
 // ---- functions ------------------------------------------------------------------
 
-py::array Demosaic(const py::array &raw, const py::object &pattern, const std::string &algorithm,
-                   int bits, const std::string &output, const std::array<int, 3> &balance,
-                   const py::object &matrix, int sampleFactor, const std::string &sampleBytes,
-                   int threads, py::object out) {
-  const tavrix::RawView view = RawOf(raw);
+tavrix::Packing PackingOf(const std::string &name);
+py::buffer_info ContiguousBuffer(const py::buffer &b, const char *what);
+
+// A frame of a camera layout: `raw` holds its bytes (a bytes-like object, or a
+// uint8 array whose rows are the packed rows).
+tavrix::RawView PackedRawOf(const py::object &raw, tavrix::Packing packing, int width,
+                            int height, std::size_t stride, py::buffer_info *keep) {
+  if (width <= 0 || height <= 0)
+    throw py::value_error("width and height of the packed frame are needed, got " +
+                          std::to_string(width) + "x" + std::to_string(height));
+  const std::size_t rowBytes = tavrix::PackedRowBytes(packing, width);
+  std::size_t packedStride = stride != 0 ? stride : rowBytes;
+  if (py::isinstance<py::array>(raw) && py::array(raw.cast<py::array>()).ndim() == 2 && stride == 0) {
+    const py::array a = raw.cast<py::array>();
+    packedStride = std::size_t(RowStride(a, "raw", 1));
+    *keep = py::buffer_info(const_cast<void *>(a.data()), 1, "B", 1,
+                            {py::ssize_t(packedStride) * a.shape(0)}, {1});
+  } else {
+    *keep = ContiguousBuffer(raw.cast<py::buffer>(), "raw");
+  }
+  const std::size_t have = std::size_t(keep->size * keep->itemsize);
+  const std::size_t need = packedStride * std::size_t(height - 1) + rowBytes;
+  if (have < need)
+    throw py::value_error("raw: holds " + std::to_string(have) + " bytes but " +
+                          std::to_string(height) + " rows of " + std::to_string(width) + " " +
+                          tavrix::PackingName(packing) + " samples need " + std::to_string(need));
+  return tavrix::RawView::Packed(keep->ptr, width, height, packing,
+                                 std::ptrdiff_t(packedStride));
+}
+
+py::array Demosaic(const py::object &rawObject, const py::object &pattern,
+                   const std::string &algorithm, int bits, const std::string &output,
+                   const std::array<int, 3> &balance, const py::object &matrix, int sampleFactor,
+                   const std::string &sampleBytes, int threads, py::object out,
+                   const py::object &packingName, int packedWidth, int packedHeight,
+                   std::size_t packedStride) {
+  py::buffer_info packedBytes;
+  tavrix::RawView view;
+  if (!packingName.is_none() && PackingOf(packingName.cast<std::string>()) != tavrix::Packing::kPlain8 &&
+      PackingOf(packingName.cast<std::string>()) != tavrix::Packing::kPlain16) {
+    view = PackedRawOf(rawObject, PackingOf(packingName.cast<std::string>()), packedWidth,
+                       packedHeight, packedStride, &packedBytes);
+  } else {
+    if (!py::isinstance<py::array>(rawObject))
+      throw py::type_error("raw: a numpy array of samples (or give packing= for camera bytes)");
+    view = RawOf(rawObject.cast<py::array>());
+  }
   tavrix::DemosaicOptions o;
   o.origin = OriginOf(pattern);
   o.algorithm = Lookup(kAlgorithms, algorithm, "algorithm");
@@ -348,14 +388,13 @@ py::array Unpack(const py::buffer &buffer, const std::string &packing, int width
                           std::to_string(height) + " rows of " + std::to_string(width) + " " +
                           packing + " samples need " + std::to_string(need));
   py::array_t<std::uint16_t> samples({py::ssize_t(height), py::ssize_t(width)});
-  std::string why;
-  bool ok;
+  tavrix::Status s;
   {
     py::gil_scoped_release released;
-    ok = tavrix::Unpack(p, depth, width, height, in.ptr, packedStride, samples.mutable_data(),
-                        std::size_t(width) * 2, &why);
+    s = tavrix::Unpack(p, depth, width, height, in.ptr, packedStride, samples.mutable_data(),
+                       std::size_t(width) * 2);
   }
-  if (!ok) throw py::value_error("unpack: " + why);
+  Check(s);
   return samples;
 }
 
@@ -367,22 +406,20 @@ py::bytes PackSamples(const py::array &samples, const std::string &packing, int 
   const int depth = bits != 0 ? bits : (tavrix::PackingFixedBits(p) != 0 ? tavrix::PackingFixedBits(p) : 16);
   const std::size_t rowBytes = tavrix::PackedRowBytes(p, width);
   std::string out(rowBytes * std::size_t(height), '\0');
-  std::string why;
   const std::ptrdiff_t stride = RowStride(samples, "samples", 2);
-  bool ok;
+  tavrix::Status s;
   {
     py::gil_scoped_release released;
-    ok = tavrix::Pack(p, depth, width, height, static_cast<const std::uint16_t *>(samples.data()),
-                      std::size_t(stride), out.data(), rowBytes, &why);
+    s = tavrix::Pack(p, depth, width, height, static_cast<const std::uint16_t *>(samples.data()),
+                     std::size_t(stride), out.data(), rowBytes);
   }
-  if (!ok) throw py::value_error("pack: " + why);
+  Check(s);
   return py::bytes(out);
 }
 
 py::dict Pattern(const std::string &name) {
   tavrix::PatternName parsed;
-  std::string why;
-  if (!tavrix::ParsePatternName(name, &parsed, &why)) throw py::value_error("pattern: " + why);
+  Check(tavrix::ParsePatternName(name, &parsed));
   const char *names[] = {"", "GB", "GR", "", "BG", "", "", "", "RG"};
   py::dict d;
   d["origin"] = names[int(parsed.origin)];
@@ -401,7 +438,8 @@ PYBIND11_MODULE(_tavrix, m) {
         py::arg("algorithm") = "fast", py::arg("bits") = 0, py::arg("output") = "",
         py::arg("balance") = std::array<int, 3>{0, 0, 0}, py::arg("matrix") = py::none(),
         py::arg("sample_factor") = 1, py::arg("sample_bytes") = "whole", py::arg("threads") = 1,
-        py::arg("out") = py::none(),
+        py::arg("out") = py::none(), py::arg("packing") = py::none(), py::arg("width") = 0,
+        py::arg("height") = 0, py::arg("stride") = 0,
         R"(Demosaics a Bayer mosaic into a colour image (channels blue, green, red).
 
 raw: (height, width) uint8 or uint16 array of samples, right-aligned; rows may
@@ -421,6 +459,10 @@ threads: 1 (default, no thread created), 0 for every core, or a count; the
   result is the same byte for byte.
 out: an array to write into (its borders are left as they are where the
   algorithm does not write them); a new zero-filled array otherwise.
+packing, width, height, stride: raw is the bytes of a camera layout ('raw10',
+  'raw12', 'raw14', 'mono10p', 'mono12p', 'mono12packed', 'msb16', 'be16') of
+  width x height samples, rows stride bytes apart (0: packed; a 2-D uint8 array
+  gives its own); unpacked a band of rows at a time, never as a whole frame.
 
 Returns the output array. Raises TypeError for a wrong dtype and ValueError,
 with the library's reason, for anything the library refuses.)");

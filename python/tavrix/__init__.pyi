@@ -23,7 +23,7 @@ CODECS: Tuple[str, ...]
 __version__: str
 
 def demosaic(
-    raw: Union[npt.NDArray[np.uint8], npt.NDArray[np.uint16]],
+    raw: Union[npt.NDArray[np.uint8], npt.NDArray[np.uint16], Buffer],
     *,
     pattern: Union[str, int] = "GB",
     algorithm: Algorithm = "fast",
@@ -35,6 +35,10 @@ def demosaic(
     sample_bytes: Literal["whole", "high", "low"] = "whole",
     threads: int = 1,
     out: Optional[Union[npt.NDArray[np.uint8], npt.NDArray[np.uint16]]] = None,
+    packing: Optional[Packing] = None,
+    width: int = 0,
+    height: int = 0,
+    stride: int = 0,
 ) -> Union[npt.NDArray[np.uint8], npt.NDArray[np.uint16]]: ...
 def balance(
     image: Union[npt.NDArray[np.uint8], npt.NDArray[np.uint16]],

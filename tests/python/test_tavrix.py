@@ -215,6 +215,22 @@ def test_pack_and_unpack_round_trip(packing, bits, group):
                                                          width=samples.shape[1], height=6))
 
 
+@pytest.mark.parametrize("packing,bits,group", PACKINGS[:6])
+def test_demosaic_straight_from_a_camera_layout(packing, bits, group):
+    samples = mosaic(20, 8 * group, bits, seed=bits + 1).astype(np.uint16)
+    stream = tavrix.pack(samples, packing=packing, bits=bits)
+    expect = tavrix.demosaic(samples, pattern="GR", algorithm="laplacian1", bits=bits)
+    got = tavrix.demosaic(stream, pattern="GR", algorithm="laplacian1", packing=packing,
+                          width=samples.shape[1], height=20, threads=2)
+    np.testing.assert_array_equal(expect, got)
+    rows = np.frombuffer(stream, np.uint8).reshape(20, -1)
+    padded = np.zeros((20, rows.shape[1] + 5), np.uint8)
+    padded[:, :rows.shape[1]] = rows
+    np.testing.assert_array_equal(expect, tavrix.demosaic(
+        padded[:, :rows.shape[1]], pattern="GR", algorithm="laplacian1", packing=packing,
+        width=samples.shape[1], height=20))
+
+
 def test_raw12_bytes_by_hand():
     # Two samples, 0xABC and 0x123: high bytes first, then the low nibbles (second's above).
     stream = tavrix.pack(np.array([[0xABC, 0x123]], np.uint16), packing="raw12")
