@@ -6,7 +6,7 @@ packages=(cmake g++ make pkgconf libgtest-dev libbenchmark-dev libpng-dev
   libraw-dev libtiff-dev
   # the Python binding and its tests
   python3-dev pybind11-dev python3-pybind11 python3-numpy python3-pytest python3-dask
-  python3-distributed
+  python3-distributed python3-pip python3-venv python3-setuptools python3-wheel
   # the aarch64 cross build and its emulated test run
   g++-aarch64-linux-gnu qemu-user)
 missing=()

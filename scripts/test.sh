@@ -8,12 +8,23 @@ jobs=$(nproc)
 "$root/scripts/deps.sh"
 
 echo "== Release build and tests"
+# Debian's Python, which has numpy and pybind11 (a python3 earlier on PATH may lack them).
+python=/usr/bin/python3
 cmake -S "$root" -B "$root/build" -DCMAKE_BUILD_TYPE=Release -DTAVRIX_BUILD_TESTS=ON \
-  -DTAVRIX_BUILD_EXAMPLES=ON -DTAVRIX_BUILD_BENCHMARKS=ON >/dev/null
+  -DTAVRIX_BUILD_EXAMPLES=ON -DTAVRIX_BUILD_BENCHMARKS=ON -DTAVRIX_BUILD_PYTHON=ON \
+  -DPython_EXECUTABLE="$python" >/dev/null
 cmake --build "$root/build" -j"$jobs"
 ctest --test-dir "$root/build" -j"$jobs" --output-on-failure
 "$root/build/tests/cpu/tavrix_dispatch_test" --gtest_filter=Dispatch.PrintsThePathsOfThisCpu |
   grep 'vector paths'
+
+echo "== Python package: pip install --no-build-isolation into a new virtual environment"
+venv=$(mktemp -d)
+"$python" -m venv --system-site-packages "$venv"
+(cd "$root" && "$venv/bin/pip" install -q --no-build-isolation .)
+(cd "$venv" && "$venv/bin/python" -c 'import numpy, tavrix
+print("installed:", tavrix.__file__, tavrix.demosaic(numpy.zeros((8, 8), numpy.uint8)).shape)')
+rm -rf "$venv"
 
 echo "== Fuzz targets: smoke run (clang, libFuzzer)"
 if command -v clang++ >/dev/null; then
