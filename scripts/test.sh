@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test: a Release build, a smoke run of the fuzz
-# targets (when clang is there), then the whole suite built with AddressSanitizer
-# and UndefinedBehaviorSanitizer (any report fails).
+# Builds everything and runs every test: a Release build, the same suite cross-built
+# for aarch64 and run under emulation, a smoke run of the fuzz targets (when clang
+# is there), then the whole suite built with AddressSanitizer and
+# UndefinedBehaviorSanitizer (any report fails).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 jobs=$(nproc)
@@ -25,6 +26,9 @@ venv=$(mktemp -d)
 (cd "$venv" && "$venv/bin/python" -c 'import numpy, tavrix
 print("installed:", tavrix.__file__, tavrix.demosaic(numpy.zeros((8, 8), numpy.uint8)).shape)')
 rm -rf "$venv"
+
+echo "== aarch64 cross build, tests under emulation (no fuzz or sanitizer runs there)"
+"$root/scripts/test-aarch64.sh"
 
 echo "== Fuzz targets: smoke run (clang, libFuzzer)"
 if command -v clang++ >/dev/null; then

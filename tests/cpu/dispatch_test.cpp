@@ -10,6 +10,10 @@
 #include "cpu/dispatch.h"
 #include "support/paths.h"
 
+#ifndef TAVRIX_TEST_LAUNCHER
+#define TAVRIX_TEST_LAUNCHER ""  // cross builds name the emulator here
+#endif
+
 namespace {
 
 using tavrix::detail::Path;
@@ -27,6 +31,10 @@ TEST(Dispatch, ChoosesOnlyWhatTheCpuRunsAndWasProven) {
   EXPECT_TRUE(d::PathProven(active));
   EXPECT_FALSE(d::PathProven(Path::kAvx512)) << "prove AVX-512 on such a CPU before enabling it";
 }
+
+#if defined(__aarch64__)
+TEST(Dispatch, ChoosesNeonOnArm) { EXPECT_EQ(d::ActivePath(), Path::kNeon); }
+#endif
 
 TEST(Dispatch, ForcingFollowsTheCpu) {
   for (Path p : d::ArchitecturePaths()) {
@@ -58,7 +66,7 @@ TEST(Dispatch, EnvironmentCapsThePath) {
   const Case kCases[] = {{"baseline", "reference"}, {"reference", "reference"},
                          {"no-such-path", d::PathName(d::ActivePath())}};
   for (const Case &c : kCases) {
-    const std::string command = std::string("TAVRIX_CPU=") + c.cap + " " +
+    const std::string command = std::string("TAVRIX_CPU=") + c.cap + " " TAVRIX_TEST_LAUNCHER +
                                 ::testing::internal::GetArgvs()[0] +
                                 " --gtest_filter=Dispatch.PrintActivePathOnly 2>&1";
     FILE *child = popen(command.c_str(), "r");

@@ -10,6 +10,10 @@
 #include <iterator>
 #include <sstream>
 
+#ifndef TAVRIX_TEST_LAUNCHER
+#define TAVRIX_TEST_LAUNCHER ""  // cross builds name the emulator here
+#endif
+
 #if TAVRIX_TESTS_HAVE_PNG
 #include <png.h>
 #endif
@@ -30,7 +34,7 @@ void ToolTest::TearDown() {
 }
 
 RunResult ToolTest::Run(const std::string &args) const {
-  const std::string command = "cd '" + dir_ + "' && '" TAVRIX_CLI_PROGRAM "' " + args +
+  const std::string command = "cd '" + dir_ + "' && " TAVRIX_TEST_LAUNCHER "'" TAVRIX_CLI_PROGRAM "' " + args +
                               " >.stdout 2>.stderr </dev/null";
   RunResult r;
   const int raw = std::system(command.c_str());
