@@ -198,7 +198,8 @@ TEST(Demosaic, SensorLayoutsGiveTheBytesOfUnpackingFirst) {
       Bytes packed(stride * h, kSentinel);
       ASSERT_TRUE(tavrix::Pack(k.packing, k.bits, w, h,
                                reinterpret_cast<const std::uint16_t *>(samples.data()), 2 * w,
-                               packed.data(), stride));
+                               packed.data(), stride)
+                      .ok());
       const Bytes before = RandomBytes(std::size_t(w) * h * 6, 2);
       DemosaicOptions o = Busy(a, eOriginRG, SampleType::kMono16, false);
       o.bitDepth = k.packing == tavrix::Packing::kMsb16 ? 12 : 0;  // 0: the layout's own depth
