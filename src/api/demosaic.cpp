@@ -176,11 +176,8 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
                          out.height, in.width, in.height));
   }
   RowUnpacker unpacker;
-  if (raw.Unpacks()) {
-    std::string why;
-    if (!unpacker.Prepare(raw.packing, depth, raw.width, &why))
-      return Status(StatusCode::kInvalidOption, why);
-  }
+  if (raw.Unpacks())
+    if (Status s = unpacker.Prepare(raw.packing, depth, raw.width); !s.ok()) return s;
   if (plan != nullptr) {
     *plan = DemosaicPlan{raw, out, o, depth, format, decimates, HaloRows(o.algorithm), unpacker};
     plan->options.parallel = Parallelism();

@@ -198,7 +198,8 @@ TEST(Demosaic, SensorLayoutsGiveTheBytesOfUnpackingFirst) {
       Bytes packed(stride * h, kSentinel);
       ASSERT_TRUE(tavrix::Pack(k.packing, k.bits, w, h,
                                reinterpret_cast<const std::uint16_t *>(samples.data()), 2 * w,
-                               packed.data(), stride));
+                               packed.data(), stride)
+                      .ok());
       const Bytes before = RandomBytes(std::size_t(w) * h * 6, 2);
       DemosaicOptions o = Busy(a, eOriginRG, SampleType::kMono16, false);
       o.bitDepth = k.packing == tavrix::Packing::kMsb16 ? 12 : 0;  // 0: the layout's own depth
@@ -330,7 +331,7 @@ TEST(Demosaic, RefusalsSayWhyAndWriteNothing) {
   Bytes packed(4096, 0x11), out48(4096, kSentinel);
   const Status raw10 = tavrix::Demosaic(RawView::Packed(packed.data(), 6, 4, tavrix::Packing::kRaw10),
                                         ColorView(out48.data(), 6, 4, 0, PixelFormat::kBgr48));
-  EXPECT_EQ(raw10.code(), StatusCode::kInvalidOption);
+  EXPECT_EQ(raw10.code(), StatusCode::kInvalidSize);
   EXPECT_NE(raw10.message().find('6'), std::string::npos) << raw10.message();
   EXPECT_EQ(out48, Bytes(4096, kSentinel));
   Bytes out(64, kSentinel);
