@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test: a Release build, the same suite cross-built
-# for aarch64 and run under emulation, a smoke run of the fuzz targets (when clang
-# is there), then the whole suite built with AddressSanitizer and
+# Builds everything and runs every test: a Release build (with the Python module and
+# its pytest suite), the Python package installed with pip into a new virtual
+# environment, the same suite cross-built for aarch64 and run under emulation, a
+# smoke run of the fuzz targets (when clang is there), the threaded tests under
+# ThreadSanitizer, then the whole suite built with AddressSanitizer and
 # UndefinedBehaviorSanitizer (any report fails).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
