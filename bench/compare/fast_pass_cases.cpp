@@ -62,11 +62,11 @@ void Run(CBayerConverter &c, Entry entry, Variant v, const Frame &f, void *out) 
   }
 }
 
-struct CaseSpec {
+struct FastCase {
   Entry entry;
   Variant variant;
 };
-constexpr CaseSpec kSpecs[] = {
+constexpr FastCase kFastCases[] = {
     {Entry::k8To24, Variant::kCorrected},    {Entry::k8To32, Variant::kCorrected},
     {Entry::k16To24, Variant::kCorrected},   {Entry::k16To32, Variant::kCorrected},
     {Entry::k16To48, Variant::kCorrected},   {Entry::k16To32, Variant::kByteSelect},
@@ -81,39 +81,39 @@ void AddFastPassCases(const Frame &f, Buffers &buffers) {
   const std::string size = std::to_string(f.width) + "x" + std::to_string(f.height);
   const std::string prefix = "demosaic/" + size + "/";
   const std::string section = "Fast pass variants " + size + " (Mpix/s of mosaic pixels)";
-  for (const CaseSpec &spec : kSpecs) {
-    const EntryInfo info = Info(spec.entry);
+  for (const FastCase &c : kFastCases) {
+    const EntryInfo info = Info(c.entry);
     auto converter = std::make_shared<CBayerConverter>();
     converter->SetPatternOrigin(kFrameOrigin);
-    converter->SetColorCorrectionMode(spec.variant == Variant::kCorrected);
+    converter->SetColorCorrectionMode(c.variant == Variant::kCorrected);
     // The 32-bit entry points correct by the matrix the converter holds.
     converter->SetCorrectionMatrix(kMatrix[0], kMatrix[1], kMatrix[2], kMatrix[3], kMatrix[4],
                                    kMatrix[5], kMatrix[6], kMatrix[7], kMatrix[8]);
-    if (spec.variant == Variant::kHalfSize) converter->SetSampleFactor(2);
-    if (spec.variant == Variant::kCustomTable) {
+    if (c.variant == Variant::kHalfSize) converter->SetSampleFactor(2);
+    if (c.variant == Variant::kCustomTable) {
       // One conversion sets the depth, so that the next ones keep the curve.
-      Run(*converter, spec.entry, spec.variant, f, buffers.output.data());
+      Run(*converter, c.entry, c.variant, f, buffers.output.data());
       const bool wide = info.sixteenIn;
       WriteCurve(*converter, wide ? kSensorBits : 8,
-                 wide && spec.entry != Entry::k16To32 ? kSensorBits : 8);
+                 wide && c.entry != Entry::k16To32 ? kSensorBits : 8);
     }
-    const std::string name = prefix + info.name + "/tavrix_fast_" + VariantName(spec.variant);
+    const std::string name = prefix + info.name + "/tavrix_fast_" + VariantName(c.variant);
     AddCase(name, Unit::kMegapixels, f.Pixels(),
-            [&f, &buffers, converter, spec](benchmark::State &state) {
+            [&f, &buffers, converter, c](benchmark::State &state) {
               for (auto _ : state) {
-                Run(*converter, spec.entry, spec.variant, f, buffers.output.data());
+                Run(*converter, c.entry, c.variant, f, buffers.output.data());
                 benchmark::ClobberMemory();
               }
             });
     std::string peer;
 #if TAVRIX_BENCH_OPENCV
-    if (spec.variant != Variant::kHalfSize && CvSupports(CvMethod::kBilinear, spec.entry))
+    if (c.variant != Variant::kHalfSize && CvSupports(CvMethod::kBilinear, c.entry))
       peer = prefix + info.name + "/opencv_bilinear";
 #endif
-    const std::string ceiling = spec.variant == Variant::kHalfSize
+    const std::string ceiling = c.variant == Variant::kHalfSize
                                     ? ""
                                     : prefix + "memcpy_" + std::to_string(info.outBytes) + "B";
-    AddComparison({section, std::string(info.name) + " fast " + VariantName(spec.variant), name,
+    AddComparison({section, std::string(info.name) + " fast " + VariantName(c.variant), name,
                    peer, ceiling, prefix + info.name + "/stream"});
   }
 }
