@@ -14,6 +14,11 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# pkg-config looks only at the target's own .pc files (none are installed for it
+# here, so optional libraries found that way are left out of the cross build).
+set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${TAVRIX_CROSS_TRIPLE}/pkgconfig:${TAVRIX_CROSS_SYSROOT}/lib/pkgconfig)
+set(ENV{PKG_CONFIG_PATH} "")
+set(ENV{PKG_CONFIG_SYSROOT_DIR} "")
 find_program(TAVRIX_QEMU_AARCH64 qemu-aarch64)
 if(TAVRIX_QEMU_AARCH64)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${TAVRIX_QEMU_AARCH64} -L ${TAVRIX_CROSS_SYSROOT})
