@@ -113,8 +113,7 @@ inline SiteBand WholeFrame(int height, int stages) { return {0, height, 0, stage
 TAVRIX_SITE_ROWS(BilinearRows)
 TAVRIX_SITE_ROWS(Laplacian1Rows)
 TAVRIX_SITE_ROWS(Laplacian2Rows)
-
-#undef TAVRIX_SITE_ROWS
+// TAVRIX_SITE_ROWS stays defined: the vector bodies declare their entries with it.
 
 }  // namespace tavrix::detail
 

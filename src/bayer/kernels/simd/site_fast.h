@@ -10,22 +10,8 @@
 
 namespace tavrix::detail {
 
-#define TAVRIX_SITE_FAST(Name)                                                                  \
-  void Name(const SiteFrame<CBayerConverter::BGRxTRIPLE, std::uint8_t> &, const PlaneLuts &,    \
-            const PlaneContext &, const SiteBand &);                                            \
-  void Name(const SiteFrame<CBayerConverter::BGRxTRIPLE, std::uint16_t> &, const PlaneLuts &,   \
-            const PlaneContext &, const SiteBand &);                                            \
-  void Name(const SiteFrame<CBayerConverter::RGBTRIPLE16, std::uint16_t> &, const PlaneLuts &,  \
-            const PlaneContext &, const SiteBand &);                                            \
-  void Name(const SiteFrame<tagRGBTRIPLE, std::uint8_t> &, const PlaneLuts &,                   \
-            const PlaneContext &, const SiteBand &);                                            \
-  void Name(const SiteFrame<tagRGBTRIPLE, std::uint16_t> &, const PlaneLuts &,                  \
-            const PlaneContext &, const SiteBand &);
-
-TAVRIX_SITE_FAST(Laplacian2RowsSse41)
-TAVRIX_SITE_FAST(Laplacian2RowsAvx2)
-
-#undef TAVRIX_SITE_FAST
+TAVRIX_SITE_ROWS(Laplacian2RowsSse41)
+TAVRIX_SITE_ROWS(Laplacian2RowsAvx2)
 
 // Defines the five entries of a file as forwarders to Body<Record, Sample>,
 // which lives in the file's anonymous namespace.
