@@ -1,6 +1,8 @@
 // The six estimators. Each measures the image once (twice for the spread
 // estimators) and answers either "nothing to correct" or one LevelMap per
 // channel; RunEstimator holds the frame they share.
+#include <iterator>
+
 #include "balance/banded_passes.h"
 #include "balance/level_tables.h"
 #include "balance/pixel_layout.h"
@@ -128,20 +130,13 @@ void RunEstimator(const CImageInfo* info, const CImageData* data, int lutDepth, 
 
 void EstimateInBands(EstimatorKind kind, const CImageInfo* info, const CImageData* data,
                      int lutDepth, bool& unchanged, const Tables& out, const RowBands& bands) {
-  switch (kind) {
-    case EstimatorKind::kMeanEqualization:
-      return RunEstimator<MeanEqualization>(info, data, lutDepth, unchanged, out, bands);
-    case EstimatorKind::kGrayWorld:
-      return RunEstimator<GrayWorld>(info, data, lutDepth, unchanged, out, bands);
-    case EstimatorKind::kStandardDeviation:
-      return RunEstimator<StandardDeviation>(info, data, lutDepth, unchanged, out, bands);
-    case EstimatorKind::kMeanAndStandardDeviation:
-      return RunEstimator<MeanAndStandardDeviation>(info, data, lutDepth, unchanged, out, bands);
-    case EstimatorKind::kScaleByMax:
-      return RunEstimator<ScaleByMax>(info, data, lutDepth, unchanged, out, bands);
-    case EstimatorKind::kWhiteWorld:
-      return RunEstimator<WhiteWorld>(info, data, lutDepth, unchanged, out, bands);
-  }
+  // In the order of EstimatorKind.
+  constexpr decltype(&RunEstimator<GrayWorld>) kRun[] = {
+      &RunEstimator<MeanEqualization>, &RunEstimator<GrayWorld>,
+      &RunEstimator<StandardDeviation>, &RunEstimator<MeanAndStandardDeviation>,
+      &RunEstimator<ScaleByMax>, &RunEstimator<WhiteWorld>};
+  const size_t k = size_t(kind);
+  if (k < std::size(kRun)) kRun[k](info, data, lutDepth, unchanged, out, bands);
 }
 
 }  // namespace tavrix::detail
