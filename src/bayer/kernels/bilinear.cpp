@@ -89,7 +89,7 @@ struct Averages<false, kPass> {
   int Direct(std::uint16_t entry) const { return entry >> s; }
   int Pair(unsigned sum) const { return int(sum >> (s + 1)); }
   int Quad(unsigned sum) const { return int(sum >> (s + 2)); }
-  int Cross(unsigned sum) const { return FloorShift(Cut16(int(double(sum + 1) * 0.25)), s); }
+  int Cross(unsigned sum) const { return FloorShift(Cut16(int(double(sum) * 0.25)), s); }
   int s;
 };
 
