@@ -263,22 +263,24 @@ TEST(Demosaic, SensorLayoutsGiveTheBytesOfUnpackingFirst) {
 
 TEST(Demosaic, SensorLayoutsOnEveryPathGiveTheReferenceBytes) {
   // Big enough that the tables' shape is checked and the vector bodies compute
-  // them; two tasks so that bands meet.
+  // them; two tasks so that bands meet. Plain samples: the kernels on the caller's rows.
   const int w = 640, h = 416;
-  const LayoutFrame frame(tavrix::Packing::kRaw12, 12, w, h, 5);
-  for (Algorithm a : kAlgorithms)
-    for (PixelFormat format : {PixelFormat::kBgr24, PixelFormat::kBgr48}) {
-      SCOPED_TRACE("algorithm " + std::to_string(int(a)) + " format " +
-                   std::to_string(int(format)));
-      DemosaicOptions o = Busy(a, eOriginGR, SampleType::kMono16, false);
-      const Bytes before(std::size_t(w) * h * tavrix::BytesPerPixel(format), kSentinel);
-      tavrix::detail::ForcePathForTesting(path_test::Path::kReference);
-      const Bytes expected = frame.Class(format, before, o, 12);
-      path_test::ForEachPath([&](path_test::Path) {
+  const tavrix::Packing packings[] = {tavrix::Packing::kRaw12, tavrix::Packing::kPlain16};
+  const PixelFormat formats[] = {PixelFormat::kBgr24, PixelFormat::kBgr48};
+  for (tavrix::Packing packing : packings)
+    for (Algorithm a : kAlgorithms)
+      for (PixelFormat format : formats) {
+        SCOPED_TRACE(std::string(tavrix::PackingName(packing)) + " algorithm " +
+                     std::to_string(int(a)) + " format " + std::to_string(int(format)));
+        const LayoutFrame frame(packing, 12, w, h, 5);
+        DemosaicOptions o = Busy(a, eOriginGR, SampleType::kMono16, false);
         o.parallel.threads = 2;
-        EXPECT_EQ(frame.Fused(format, before, o, 0, 0), expected);
-      });
-    }
+        const Bytes before(std::size_t(w) * h * tavrix::BytesPerPixel(format), kSentinel);
+        tavrix::detail::ForcePathForTesting(path_test::Path::kReference);
+        const Bytes expected = frame.Class(format, before, o, 12);
+        path_test::ForEachPath(
+            [&](path_test::Path) { EXPECT_EQ(frame.Fused(format, before, o, 0, 0), expected); });
+      }
 }
 
 TEST(Demosaic, BatchGivesTheBytesOfSingleCalls) {
