@@ -75,35 +75,50 @@ struct Settings {
 };
 
 // Input rows of a sensor layout unpacked into a task's own buffer, a sub-frame
-// at a time. Consecutive sub-frames overlap by a few rows: those are moved to
-// the front (cheaper than unpacking them again).
+// at a time. Consecutive sub-frames overlap by a few rows, which stay where
+// they are: the next sub-frame starts further down the buffer, and only when it
+// would run past the end are they moved to the front.
 class UnpackedRows {
  public:
   explicit UnpackedRows(const DemosaicPlan &p) : p_(p), width_(std::size_t(p.raw.width)) {}
   // Rows [from, to) of the frame, the first one returned.
   const std::uint16_t *Rows(int from, int to) {
-    if (samples_.size() < std::size_t(to - from) * width_)
-      samples_.resize(std::size_t(to - from) * width_);
+    const std::size_t rows = std::size_t(to - from);
+    if (capacity_ < rows) {
+      capacity_ = kSlack * rows;
+      samples_.resize(capacity_ * width_);
+      from_ = to_ = 0;
+    }
     int next = from;
+    std::size_t base = 0;
     if (from >= from_ && from < to_) {
       next = std::min(to, to_);
-      std::memmove(samples_.data(), Row(from - from_), std::size_t(next - from) * width_ * 2);
+      base = base_ + std::size_t(from - from_);
+      if (base + rows > capacity_) {
+        std::memmove(Row(0), Row(base), std::size_t(next - from) * width_ * 2);
+        base = 0;
+      }
     }
     const auto *raw = static_cast<const unsigned char *>(p_.raw.data);
     for (int r = next; r < to; ++r)
-      p_.unpacker(raw + std::ptrdiff_t(r) * p_.raw.Stride(), Row(r - from));
+      p_.unpacker(raw + std::ptrdiff_t(r) * p_.raw.Stride(), Row(base + std::size_t(r - from)));
     from_ = from;
     to_ = to;
-    return samples_.data();
+    base_ = base;
+    return Row(base);
   }
   std::ptrdiff_t Stride() const { return std::ptrdiff_t(width_) * 2; }
 
  private:
-  std::uint16_t *Row(int k) { return &samples_[std::size_t(k) * width_]; }
+  // Buffer rows per sub-frame row: the overlap moves once every few sub-frames.
+  static constexpr std::size_t kSlack = 4;
+  std::uint16_t *Row(std::size_t k) { return &samples_[k * width_]; }
   const DemosaicPlan &p_;
   std::size_t width_;
   std::vector<std::uint16_t> samples_;
-  int from_ = 0, to_ = 0;  // the rows it holds
+  std::size_t capacity_ = 0;  // rows
+  int from_ = 0, to_ = 0;     // the frame rows it holds, from buffer row base_ on
+  std::size_t base_ = 0;
 };
 
 // Rows [from, to) of the frame around rows [a, b) that read `above` rows above
