@@ -345,6 +345,7 @@ void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings
     RunTasks(parallel, tasks, [&](int k) { band(k, 0, stages, true); });
     return;
   }
+  // Stage by stage across the bands (a sensor layout is unpacked again for each).
   for (int stage = 0; stage < stages; ++stage)
     RunTasks(parallel, tasks, [&](int k) { band(k, stage, stage + 1, false); });
   RunTasks(parallel, tasks, [&](int k) { sites.Correct(cuts[k], cuts[k + 1]); });
