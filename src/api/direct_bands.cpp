@@ -15,6 +15,7 @@
 #include "bayer/kernels/fast_pass.h"
 #include "bayer/kernels/site_pass.h"
 #include "bayer/lut_rules.h"
+#include "bayer/table_shape.h"
 
 namespace tavrix::detail {
 namespace {
@@ -126,8 +127,18 @@ void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings
   const int thresholdBits = p.output.format == PixelFormat::kBgrx32 ? 8 : s.bitDepth;
   int thresholds[5];
   for (int k = 0; k < 5; ++k) thresholds[k] = ScaledThreshold(kDefaultThresholds[k], thresholdBits);
-  const PlaneContext context{o.origin, s.outputShift, s.depthShift, s.bitDepth, o.sampleFactor,
-                             thresholds};
+  PlaneContext context{o.origin, s.outputShift, s.depthShift, s.bitDepth, o.sampleFactor,
+                       thresholds};
+  // The vector bodies compute clamped-offset tables; small frames look them up.
+  TableShapes shapes{};
+  const int reach = std::is_same<Sample, std::uint8_t>::value ? kByteReach : kWordReach;
+  if (std::int64_t(p.raw.width) * p.raw.height >= 4 * reach) {
+    shapes = CheckTableShapes({c.GetRedLUT(), c.GetGreenLUT(), c.GetBlueLUT()},
+                              {s.format, o.balanceRed, o.balanceGreen, o.balanceBlue, s.bitDepth,
+                               s.depthShift, s.outputShift},
+                              reach);
+    context.shapes = &shapes;
+  }
   using Run = void (*)(const SiteFrame<Record, Sample> &, const PlaneLuts &, const PlaneContext &,
                        const SiteBand &);
   Run run = nullptr;

@@ -5,10 +5,13 @@
 
 #include "bayer/kernels/bilinear_sites.h"
 #include "bayer/kernels/simd/site_fast.h"
+#include "bayer/kernels/simd/x86_line_bodies.h"
 #include "bayer/table_shape.h"
 
 namespace {
+#define TAVRIX_SITE_VECTOR_STORES 1
 #include "bayer/kernels/simd/site_rows.inc"
+#include "bayer/kernels/simd/x86_site_stores.inc"
 #include "bayer/kernels/simd/bilinear_rows.inc"
 #include "bayer/kernels/simd/laplacian1_rows.inc"
 #include "bayer/kernels/simd/laplacian2_rows.inc"
