@@ -23,6 +23,7 @@
 #include "bayer/kernels/fast_pass.h"
 #include "bayer/kernels/site_pass.h"
 #include "bayer/lut_rules.h"
+#include "bayer/table_shape.h"
 
 namespace tavrix::detail {
 namespace {
@@ -240,11 +241,10 @@ class SiteStages {
       case Algorithm::kLaplacian1: run_ = Laplacian1Rows; stages_ = kLaplacian1Stages; break;
       default: run_ = Laplacian2Rows; stages_ = kLaplacian2Stages; break;
     }
-    // The second-order Laplacian's vector bodies compute clamped-offset tables;
-    // like the converter, frames too small to repay the check look them up.
+    // The vector bodies compute clamped-offset tables; like the converter,
+    // frames too small to repay the check look them up.
     const int reach = sizeof(Sample) == 1 ? kByteReach : kWordReach;
-    if (o.algorithm == Algorithm::kLaplacian2 &&
-        std::int64_t(p.raw.width) * p.raw.height >= 4 * reach) {
+    if (std::int64_t(p.raw.width) * p.raw.height >= 4 * reach) {
       shapes_ = CheckTableShapes({luts_.red, luts_.green, luts_.blue},
                                  {s.format, o.balanceRed, o.balanceGreen, o.balanceBlue,
                                   s.bitDepth, s.depthShift, s.outputShift},

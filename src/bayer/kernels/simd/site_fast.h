@@ -10,6 +10,10 @@
 
 namespace tavrix::detail {
 
+TAVRIX_SITE_ROWS(BilinearRowsSse41)
+TAVRIX_SITE_ROWS(BilinearRowsAvx2)
+TAVRIX_SITE_ROWS(Laplacian1RowsSse41)
+TAVRIX_SITE_ROWS(Laplacian1RowsAvx2)
 TAVRIX_SITE_ROWS(Laplacian2RowsSse41)
 TAVRIX_SITE_ROWS(Laplacian2RowsAvx2)
 
