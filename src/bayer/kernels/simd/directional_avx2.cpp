@@ -7,25 +7,10 @@
 
 namespace {
 #include "bayer/kernels/directional_tile.inc"
-
-template <class Record>
-void TileFor(const tavrix::detail::DirectionalJob &job, int y0, int y1, int x0, int x1,
-             float *scratch) {
-  if (job.wideSamples)
-    DirectionalTile<Record, std::uint16_t>(job, y0, y1, x0, x1, scratch);
-  else
-    DirectionalTile<Record, std::uint8_t>(job, y0, y1, x0, x1, scratch);
-}
 }  // namespace
 
 namespace tavrix::detail {
 void DirectionalTileAvx2(const DirectionalJob &job, int y0, int y1, int x0, int x1, float *scratch) {
-  switch (job.record) {
-    case DirectionalRecord::kBgr24: return TileFor<tagRGBTRIPLE>(job, y0, y1, x0, x1, scratch);
-    case DirectionalRecord::kBgrx32:
-      return TileFor<CBayerConverter::BGRxTRIPLE>(job, y0, y1, x0, x1, scratch);
-    case DirectionalRecord::kBgr48:
-      return TileFor<CBayerConverter::RGBTRIPLE16>(job, y0, y1, x0, x1, scratch);
-  }
+  AnyTile(job, y0, y1, x0, x1, scratch);
 }
 }  // namespace tavrix::detail
