@@ -151,7 +151,7 @@ void AddDemosaicCases(const Frame &f, Buffers &buffers) {
     // held against OpenCV's VNG, the best peer method here.
     const std::string directional = prefix + info.name + "/tavrix_directional";
     AddCase(directional, Unit::kMegapixels, f.Pixels(),
-            [&f, &buffers, entry, info](benchmark::State &state) {
+            [&f, &buffers, info](benchmark::State &state) {
               tavrix::DemosaicOptions options;
               options.origin = kFrameOrigin;
               options.algorithm = tavrix::Algorithm::kDirectional;
