@@ -1,11 +1,13 @@
 // The tavrix:: interface on a 4096 x 3072 frame beside the class call it wraps:
-// what the interface adds (threads 1, packed rows), padded rows, and threads.
+// what the interface adds (threads 1, packed rows), padded rows, and threads, for
+// every demosaicing algorithm, balance estimator and the balance apply pass.
 // Interleave the cases and take medians:
 //   tavrix_interface_bench --benchmark_repetitions=7 --benchmark_enable_random_interleaving=true
 //     --benchmark_report_aggregates_only=true
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -87,6 +89,66 @@ BENCHMARK(BM_Demosaic)
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kClass}, {1}})
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPacked}, {1, 2}})
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPadded}, {1, 2}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+constexpr int kApply = 6;  // range(0) past the six estimators: the apply pass
+
+// range(0): estimator 0..5 or kApply, range(1): output (the image's layout), range(2): shape,
+// range(3): threads. The image is the frame's pixel values spread over three channels.
+void BM_Balance(benchmark::State &state) {
+  const int what = int(state.range(0));
+  const bool eight = static_cast<Output>(state.range(1)) == k8To24;
+  const auto shape = static_cast<Shape>(state.range(2));
+  const Frames &f = TheFrames();
+  const std::size_t row = kWidth * (eight ? 3 : 6);
+  const std::size_t stride = row + (shape == kPadded ? kPadBytes : 0);
+  std::vector<unsigned char> image(stride * kHeight);
+  for (int r = 0; r < kHeight; ++r)
+    for (int c = 0; c < kWidth * 3; ++c) {
+      const unsigned short v = f.sixteen[(std::size_t(r) * kWidth * 3 + c) % kPixels];
+      if (eight) image[r * stride + c] = static_cast<unsigned char>(v >> 4);
+      else std::memcpy(&image[r * stride + 2 * c], &v, 2);
+    }
+  const tavrix::PixelFormat format = eight ? tavrix::PixelFormat::kBgr24 : tavrix::PixelFormat::kBgr48;
+  const tavrix::ColorView view(image.data(), kWidth, kHeight, std::ptrdiff_t(stride), format);
+  tavrix::BalanceOptions o;
+  o.estimator = static_cast<tavrix::BalanceEstimator>(what == kApply ? 1 : what);
+  o.tableDepth = eight ? 8 : 12;
+  o.parallel.threads = int(state.range(3));
+  tavrix::BalanceTables tables;
+  if (!tavrix::EstimateBalance(view, o, &tables).ok()) state.SkipWithError("refused");
+  CImageInfo info{kWidth, kHeight, eight ? 24u : 48u, eight ? 8u : 16u,
+                  unsigned(stride * kHeight), 200};
+  CImageData data{image.data()};
+  auto object = std::make_unique<CColorBalance>();
+  object->SetLutDepth(o.tableDepth);
+  std::vector<unsigned short> red(tables.red), green(tables.green), blue(tables.blue);
+  using Estimator = void (CColorBalance::*)(CImageInfo *, CImageData *, unsigned short *,
+                                            unsigned short *, unsigned short *);
+  const Estimator estimators[] = {&CColorBalance::MeanEqualization, &CColorBalance::GrayWorld,
+                                  &CColorBalance::StandardDeviation,
+                                  &CColorBalance::MeanAndStandardDeviation,
+                                  &CColorBalance::ScaleByMax, &CColorBalance::WhiteWorld};
+  for (auto _ : state) {
+    bool ok = true;
+    if (shape != kClass)
+      ok = what == kApply ? tavrix::ApplyBalance(view, tables, o.parallel).ok()
+                          : tavrix::EstimateBalance(view, o, &tables).ok();
+    else if (what == kApply)
+      object->ApplyColorBalance(&info, &data, red.data(), green.data(), blue.data());
+    else
+      (object.get()->*estimators[what])(&info, &data, red.data(), green.data(), blue.data());
+    if (!ok) state.SkipWithError("refused");
+    benchmark::DoNotOptimize(image.data());
+  }
+  state.counters["Mpix/s"] =
+      benchmark::Counter(double(kPixels) * state.iterations() / 1e6, benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_Balance)
+    ->ArgNames({"estimator", "output", "shape", "threads"})
+    ->ArgsProduct({{0, 1, 2, 3, 4, 5, kApply}, {k8To24, k16To48}, {kClass}, {1}})
+    ->ArgsProduct({{0, 1, 2, 3, 4, 5, kApply}, {k8To24, k16To48}, {kPacked, kPadded}, {1, 2}})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 

@@ -27,7 +27,11 @@ struct BalanceOptions {
   BalanceEstimator estimator = BalanceEstimator::kGrayWorld;
   // Table depth in bits, 1..16 (entries 0 .. 2^depth - 1 are estimated).
   int tableDepth = 8;
-  // Threads for the apply pass (the estimators measure on the calling thread).
+  // Threads for the estimators and the apply pass, each splitting the rows into
+  // bands where the result is the same bits: the sums, maxima and the whitest-
+  // pixel search of every estimator, and the apply pass. The squared deviations
+  // of the two spread estimators are added in pass order on the calling thread
+  // (a sum of doubles depends on its order); only their means use the bands.
   Parallelism parallel;
 };
 

@@ -1,14 +1,13 @@
-// Colour balance of views on CColorBalance: an estimator into caller tables,
-// the caller-table apply pass on bands of rows.
+// Colour balance of views on the balance object's estimators and apply pass,
+// their rows split into bands for the caller's threads.
 #include "tavrix/balance.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <memory>
+#include <functional>
 
 #include "api/messages.h"
 #include "api/task_runner.h"
-#include "tavrix/color_balance.h"
+#include "balance/banded_passes.h"
 
 namespace tavrix {
 namespace {
@@ -42,6 +41,13 @@ Status Describe(const ConstColorView &image, CImageInfo *info) {
   return Status();
 }
 
+// Bands of rows, one per task the caller allows.
+detail::RowBands BandsFor(const Parallelism &parallel) {
+  return {detail::TaskCount(parallel), [&parallel](int count, const std::function<void(int)> &body) {
+            detail::RunTasks(parallel, count, body);
+          }};
+}
+
 bool IsIdentity(const std::vector<std::uint16_t> &table, std::size_t entries) {
   for (std::size_t i = 0; i < entries; ++i)
     if (table[i] != i) return false;
@@ -68,25 +74,18 @@ Status EstimateBalance(const ConstColorView &image, const BalanceOptions &option
     for (std::size_t i = 0; i < kTableSize; ++i) (*t)[i] = std::uint16_t(i);
   }
   tables->depth = options.tableDepth;
-  auto balance = std::make_unique<CColorBalance>();
-  balance->SetLutDepth(options.tableDepth);
   // The estimators only read the pixels.
-  CImageData data{static_cast<unsigned char *>(const_cast<void *>(image.data))};
-  unsigned short *r = tables->red.data(), *g = tables->green.data(), *b = tables->blue.data();
-  switch (options.estimator) {
-    case BalanceEstimator::kMeanEqualization: balance->MeanEqualization(&info, &data, r, g, b); break;
-    case BalanceEstimator::kGrayWorld: balance->GrayWorld(&info, &data, r, g, b); break;
-    case BalanceEstimator::kStandardDeviation: balance->StandardDeviation(&info, &data, r, g, b); break;
-    case BalanceEstimator::kMeanAndStandardDeviation:
-      balance->MeanAndStandardDeviation(&info, &data, r, g, b);
-      break;
-    case BalanceEstimator::kScaleByMax: balance->ScaleByMax(&info, &data, r, g, b); break;
-    case BalanceEstimator::kWhiteWorld: balance->WhiteWorld(&info, &data, r, g, b); break;
-  }
+  const CImageData data{static_cast<unsigned char *>(const_cast<void *>(image.data))};
+  bool unchanged = true;
+  detail::EstimateInBands(detail::EstimatorKind(estimator), &info, &data, options.tableDepth,
+                          unchanged, {tables->blue.data(), tables->green.data(), tables->red.data()},
+                          BandsFor(options.parallel));
   // An estimator with nothing to correct writes no table: they stay the identity.
+  // Tables it writes may still be the identity (gains of 1), with nothing to apply.
   const std::size_t entries = std::size_t(1) << options.tableDepth;
-  tables->unchanged = IsIdentity(tables->red, entries) && IsIdentity(tables->green, entries) &&
-                      IsIdentity(tables->blue, entries);
+  tables->unchanged = unchanged || (IsIdentity(tables->red, entries) &&
+                                    IsIdentity(tables->green, entries) &&
+                                    IsIdentity(tables->blue, entries));
   return Status();
 }
 
@@ -99,23 +98,9 @@ Status ApplyBalance(const ColorView &image, const BalanceTables &tables,
     return Status(StatusCode::kInvalidOption,
                   Format("tables hold %zu, %zu, %zu entries but 65536 each are needed",
                          tables.red.size(), tables.green.size(), tables.blue.size()));
-  // Rows are independent: each task rewrites its own band.
-  const int tasks = std::min(detail::TaskCount(parallel), image.height);
-  detail::RunTasks(parallel, tasks, [&](int k) {
-    const int from = int(std::int64_t(image.height) * k / tasks);
-    const int to = int(std::int64_t(image.height) * (k + 1) / tasks);
-    if (from == to) return;
-    CImageInfo band = info;
-    band.height = unsigned(to - from);
-    band.imageSize = unsigned(std::uint64_t(image.Stride()) * band.height);
-    CImageData data{static_cast<unsigned char *>(image.data) + std::ptrdiff_t(from) * image.Stride()};
-    auto balance = std::make_unique<CColorBalance>();
-    // The tables are only read.
-    auto *r = const_cast<unsigned short *>(tables.red.data());
-    auto *g = const_cast<unsigned short *>(tables.green.data());
-    auto *b = const_cast<unsigned short *>(tables.blue.data());
-    balance->ApplyColorBalance(&band, &data, r, g, b);
-  });
+  const CImageData data{static_cast<unsigned char *>(image.data)};
+  detail::ApplyInBands(&info, &data, {tables.blue.data(), tables.green.data(), tables.red.data()},
+                       BandsFor(parallel));
   return Status();
 }
 

@@ -1,12 +1,14 @@
 // Compression of byte spans on CImageCompress's checked encoder and decoder.
 #include "tavrix/compress.h"
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <vector>
 
 #include "api/messages.h"
+#include "compress/stream_decoder.h"
 #include "tavrix/image_compress.h"
 
 namespace tavrix {
@@ -78,13 +80,12 @@ Status Decompress(Codec codec, const void *source, std::size_t sourceSize, void 
     return Status(StatusCode::kCorruptStream,
                   Format("stream of %zu bytes is longer than a length word can say", sourceSize));
   try {
-    CImageCompress codecObject;
-    codecObject.InitCompress(eCompressType(codec), static_cast<unsigned long>(destinationSize));
     // Bytes a shorter stream does not produce keep what the destination held.
     const auto *held = static_cast<const unsigned char *>(destination);
     std::vector<unsigned char> aside(held, held + destinationSize);
-    if (!codecObject.DecodeImage(source, static_cast<unsigned long>(sourceSize), aside.data(),
-                                 static_cast<unsigned long>(destinationSize)))
+    // No codec object: its LZ77 initialisation would reserve the encoder's search table.
+    if (!detail::DecodeStreamChecked(eCompressType(codec), std::uint32_t(destinationSize), source,
+                                     sourceSize, aside.data(), destinationSize))
       return Status(StatusCode::kCorruptStream,
                     Format("stream of %zu bytes is not a valid %s stream of an image of %zu bytes",
                            sourceSize, Name(codec), destinationSize));

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "balance/banded_passes.h"
 #include "balance/level_tables.h"
 #include "balance/pixel_layout.h"
 #include "balance/row_kernels.h"
@@ -39,23 +40,19 @@ void PrepareByteTables(const ConstTables& tables, ByteTables& bytes) {
         bytes.runs[c][run][i] = uint8_t(tables[c][run * ByteTables::kRunBytes + i % ByteTables::kRunBytes]);
 }
 
-template <class Layout> void ApplyTables(const ImageView& image, const ConstTables& tables) {
+// Rows are independent: each band rewrites its own, all reading one set of byte tables.
+template <class Layout>
+void ApplyTables(const ImageView& image, const ConstTables& tables, const RowBands& bands) {
   const RowKernels kernels = KernelsFor(KindOf<Layout>());
   ByteTables bytes;
   if (kernels.apply) PrepareByteTables(tables, bytes);
-  for (uint32_t row = 0; row < image.height; ++row) {
-    uint8_t* const start = RowStart(image, row);
-    const uint32_t done = kernels.apply ? kernels.apply(start, image.width, bytes) : 0;
-    ApplyPixels<Layout>(start, done, image.width, tables);
-  }
-}
-
-// Returns whether the pass ran (the image was there and the layout accepted).
-bool Apply(const CImageInfo* info, const CImageData* data, const ConstTables& tables) {
-  const std::optional<OpenedImage> image = OpenImage(info, data);
-  if (!image || !tables[kBlue] || !tables[kGreen] || !tables[kRed]) return false;
-  WithLayout(image->kind, [&](auto layout) { ApplyTables<decltype(layout)>(image->view, tables); });
-  return true;
+  ForEachBand(image.height, bands, [&](int, uint32_t from, uint32_t to) {
+    for (uint32_t row = from; row < to; ++row) {
+      uint8_t* const start = RowStart(image, row);
+      const uint32_t done = kernels.apply ? kernels.apply(start, image.width, bytes) : 0;
+      ApplyPixels<Layout>(start, done, image.width, tables);
+    }
+  });
 }
 
 uint16_t OffsetEntry(int i, int offset) {
@@ -63,6 +60,16 @@ uint16_t OffsetEntry(int i, int offset) {
 }
 
 }  // namespace
+
+bool ApplyInBands(const CImageInfo* info, const CImageData* data, const ConstTables& tables,
+                  const RowBands& bands) {
+  const std::optional<OpenedImage> image = OpenImage(info, data);
+  if (!image || !tables[kBlue] || !tables[kGreen] || !tables[kRed]) return false;
+  WithLayout(image->kind,
+             [&](auto layout) { ApplyTables<decltype(layout)>(image->view, tables, bands); });
+  return true;
+}
+
 }  // namespace tavrix::detail
 
 namespace detail = tavrix::detail;
@@ -142,13 +149,13 @@ void CColorBalance::ComputeColorBalance(CImageInfo* info, CImageData* data, eAlg
 }
 
 void CColorBalance::ApplyColorBalance(CImageInfo* info, CImageData* data) {
-  detail::Apply(info, data, {m_blueLUT, m_greenLUT, m_redLUT});
+  detail::ApplyInBands(info, data, {m_blueLUT, m_greenLUT, m_redLUT}, {});
 }
 
 void CColorBalance::ApplyColorBalance(CImageInfo* info, CImageData* data, unsigned short* red,
                                       unsigned short* green, unsigned short* blue) {
   if (m_unchanged) return;
-  if (detail::Apply(info, data, {blue, green, red})) m_autoApplied = true;
+  if (detail::ApplyInBands(info, data, {blue, green, red}, {})) m_autoApplied = true;
 }
 
 bool CColorBalance::FormatSupported(CImageInfo& info) {

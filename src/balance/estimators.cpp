@@ -1,6 +1,9 @@
 // The six estimators. Each measures the image once (twice for the spread
 // estimators) and answers either "nothing to correct" or one LevelMap per
 // channel; RunEstimator holds the frame they share.
+#include <iterator>
+
+#include "balance/banded_passes.h"
 #include "balance/level_tables.h"
 #include "balance/pixel_layout.h"
 #include "balance/statistics.h"
@@ -24,8 +27,9 @@ Correction IntegerGains(const PerChannel<uint32_t>& reference, uint32_t fullScal
 }
 
 struct GrayWorld {
-  template <class Layout> static Correction Measure(const ImageView& image, const TableDepth&) {
-    const PerChannel<double> sums = ChannelSums<Layout>(image);
+  template <class Layout>
+  static Correction Measure(const ImageView& image, const TableDepth&, const RowBands& bands) {
+    const PerChannel<double> sums = ChannelSums<Layout>(image, kExactSumLimit, nullptr, bands);
     const auto towardGreen = [&sums](int c) { return sums[c] == 0.0 ? 1.0 : sums[kGreen] / sums[c]; };
     const double red = towardGreen(kRed);
     const double blue = towardGreen(kBlue);
@@ -35,8 +39,10 @@ struct GrayWorld {
 };
 
 struct MeanEqualization {
-  template <class Layout> static Correction Measure(const ImageView& image, const TableDepth&) {
-    const PerChannel<double> means = Means(ChannelSums<Layout>(image), PixelCount(image));
+  template <class Layout>
+  static Correction Measure(const ImageView& image, const TableDepth&, const RowBands& bands) {
+    const PerChannel<double> means =
+        Means(ChannelSums<Layout>(image, kExactSumLimit, nullptr, bands), PixelCount(image));
     const int32_t red = TruncateToInt32(means[kGreen] - means[kRed]);
     const int32_t blue = TruncateToInt32(means[kGreen] - means[kBlue]);
     if (red == 0 && blue == 0) return std::nullopt;
@@ -46,15 +52,15 @@ struct MeanEqualization {
 
 struct ScaleByMax {
   template <class Layout>
-  static Correction Measure(const ImageView& image, const TableDepth& depth) {
-    return IntegerGains(ChannelMaxima<Layout>(image), depth.fullScale);
+  static Correction Measure(const ImageView& image, const TableDepth& depth, const RowBands& bands) {
+    return IntegerGains(ChannelMaxima<Layout>(image, bands), depth.fullScale);
   }
 };
 
 struct WhiteWorld {
   template <class Layout>
-  static Correction Measure(const ImageView& image, const TableDepth& depth) {
-    const PixelPosition white = WhitestByBlue<Layout>(image, depth.fullScale);
+  static Correction Measure(const ImageView& image, const TableDepth& depth, const RowBands& bands) {
+    const PixelPosition white = WhitestByBlue<Layout>(image, depth.fullScale, bands);
     // The selected pixel is addressed as row start plus its column counted in
     // samples, not pixels. For 48-bit images even the row part counts in words,
     // so the address can fall beyond the image; there is nothing to read there,
@@ -70,13 +76,17 @@ struct WhiteWorld {
 };
 
 // The spread estimators: every channel stretched to 0.27 x S about its mean,
-// which Centre then places (the channel's own mean, or mid-scale).
+// which Centre then places (the channel's own mean, or mid-scale). The means
+// come from integer sums, which bands may add; the squared deviations are
+// doubles whose sum depends on the order of addition, so that pass runs in pass
+// order on the calling thread.
 template <class Centre> struct Spread {
   template <class Layout>
-  static Correction Measure(const ImageView& image, const TableDepth& depth) {
+  static Correction Measure(const ImageView& image, const TableDepth& depth, const RowBands& bands) {
     const double count = PixelCount(image);
     PerChannel<uint32_t> maxima;
-    const PerChannel<double> means = Means(ChannelSums<Layout>(image, kExactSumLimit, &maxima), count);
+    const PerChannel<double> means =
+        Means(ChannelSums<Layout>(image, kExactSumLimit, &maxima, bands), count);
     const PerChannel<double> squares = SquaredDeviationSums<Layout>(image, means, maxima);
     PerChannel<double> deviations;
     for (int c = 0; c < kChannels; ++c) deviations[c] = std::sqrt(squares[c] / count);
@@ -101,7 +111,7 @@ using MeanAndStandardDeviation = Spread<AroundMidScale>;
 
 template <class Estimator>
 void RunEstimator(const CImageInfo* info, const CImageData* data, int lutDepth, bool& unchanged,
-                  const Tables& out) {
+                  const Tables& out, const RowBands& bands = {}) {
   const std::optional<OpenedImage> image = OpenImage(info, data);
   const std::optional<TableDepth> depth = DepthOf(lutDepth);
   if (!image || !depth || !out[kBlue] || !out[kGreen] || !out[kRed]) return;
@@ -110,13 +120,25 @@ void RunEstimator(const CImageInfo* info, const CImageData* data, int lutDepth, 
     return;
   }
   const Correction correction = WithLayout(image->kind, [&](auto layout) {
-    return Estimator::template Measure<decltype(layout)>(image->view, *depth);
+    return Estimator::template Measure<decltype(layout)>(image->view, *depth, bands);
   });
   unchanged = !correction;
   if (correction && depth->writesTables) FillTables(*correction, *depth, out);
 }
 
 }  // namespace
+
+void EstimateInBands(EstimatorKind kind, const CImageInfo* info, const CImageData* data,
+                     int lutDepth, bool& unchanged, const Tables& out, const RowBands& bands) {
+  // In the order of EstimatorKind.
+  constexpr decltype(&RunEstimator<GrayWorld>) kRun[] = {
+      &RunEstimator<MeanEqualization>, &RunEstimator<GrayWorld>,
+      &RunEstimator<StandardDeviation>, &RunEstimator<MeanAndStandardDeviation>,
+      &RunEstimator<ScaleByMax>, &RunEstimator<WhiteWorld>};
+  const size_t k = size_t(kind);
+  if (k < std::size(kRun)) kRun[k](info, data, lutDepth, unchanged, out, bands);
+}
+
 }  // namespace tavrix::detail
 
 // Tables are passed by channel position: blue, green, red.

@@ -1,4 +1,5 @@
-// Whole-image statistics of the balance estimators, each one pass in pass order.
+// Whole-image statistics of the balance estimators: each gives the result of one
+// pass in pass order, whether its rows run as one band or several.
 #ifndef TAVRIX_BALANCE_STATISTICS_H
 #define TAVRIX_BALANCE_STATISTICS_H
 
@@ -7,8 +8,11 @@
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <optional>
+#include <vector>
 
 #include "balance/pixel_layout.h"
+#include "balance/row_bands.h"
 #include "balance/row_kernels.h"
 
 namespace tavrix::detail {
@@ -31,6 +35,57 @@ void SumPixels(const uint8_t* row, uint32_t from, uint32_t width, uint64_t* sums
 // summed in any order and converted once, has the very bits of the pass-order sum.
 constexpr uint64_t kExactSumLimit = uint64_t(1) << 53;
 
+// Adds the integer sums of the rows from .. to - 1 to exact (and raises maxima to
+// their values unless top is null) while every total stays below exactLimit;
+// returns the first row not added (`to` when all were).
+template <class Layout>
+uint32_t AddExactRows(const ImageView& image, const RowKernels& kernels, uint32_t from, uint32_t to,
+                      uint64_t exactLimit, PerChannel<uint64_t>& exact, uint32_t* top) {
+  for (uint32_t row = from; row < to; ++row) {
+    const uint8_t* const start = RowStart(image, row);
+    uint64_t rowSum[kChannels] = {};
+    const uint32_t done = kernels.sum ? kernels.sum(start, image.width, rowSum, top) : 0;
+    SumPixels<Layout>(start, done, image.width, rowSum, top);
+    for (int c = 0; c < kChannels; ++c)
+      if (exact[c] + rowSum[c] >= exactLimit) return row;
+    for (int c = 0; c < kChannels; ++c) exact[c] += rowSum[c];
+  }
+  return to;
+}
+
+inline PerChannel<double> ToDouble(const PerChannel<uint64_t>& exact) {
+  return {double(exact[0]), double(exact[1]), double(exact[2])};
+}
+
+// The integer totals of every band, when each stays below exactLimit: then every
+// prefix of the pass in order does too (the values are not negative), and that
+// pass would add them exactly. Empty otherwise.
+template <class Layout>
+std::optional<PerChannel<uint64_t>> ExactSumsInBands(const ImageView& image, const RowKernels& kernels,
+                                                     uint64_t exactLimit, uint32_t* top,
+                                                     const RowBands& bands) {
+  struct Part {
+    PerChannel<uint64_t> exact;
+    PerChannel<uint32_t> top;
+    bool whole;
+  };
+  const std::vector<Part> parts = MeasureBands(
+      image.height, bands, Part{{}, {}, false}, [&](uint32_t from, uint32_t to, Part& part) {
+        part.whole = AddExactRows<Layout>(image, kernels, from, to, exactLimit, part.exact,
+                                          top ? part.top.data() : nullptr) == to;
+      });
+  PerChannel<uint64_t> total{};
+  for (const Part& part : parts) {
+    if (!part.whole) return std::nullopt;
+    for (int c = 0; c < kChannels; ++c) {
+      if (part.exact[c] >= exactLimit - total[c]) return std::nullopt;
+      total[c] += part.exact[c];
+      if (top) top[c] = std::max(top[c], part.top[c]);
+    }
+  }
+  return total;
+}
+
 // Channel sums, as double-precision sums adding every value in pass order would
 // give them. An image whose rows do not overlap never comes near the limit: its
 // buffer of imageSize < 2^32 bytes holds fewer than 2^32 values below 2^16, so the
@@ -38,32 +93,23 @@ constexpr uint64_t kExactSumLimit = uint64_t(1) << 53;
 // trusted input too and may repeat a row 2^32 times, so rows are summed in integers
 // (any order; a row holds at most 2^32 x 65535 < 2^48) only while the total stays
 // below exactLimit; from the row that would reach it on, the values go through
-// per-value double additions, keeping the rounding of the pass-order sum.
+// per-value double additions, keeping the rounding of the pass-order sum. Bands
+// add their rows' integers at once; should a band's totals reach the limit, the
+// pass in order runs after all.
 template <class Layout>
 PerChannel<double> ChannelSums(const ImageView& image, uint64_t exactLimit = kExactSumLimit,
-                               PerChannel<uint32_t>* maxima = nullptr) {
+                               PerChannel<uint32_t>* maxima = nullptr, const RowBands& bands = {}) {
   const RowKernels kernels = KernelsFor(KindOf<Layout>());
   uint32_t* const top = maxima ? maxima->data() : nullptr;
   if (top) *maxima = {};
+  if (bands.For(image.height) > 1)
+    if (const auto total = ExactSumsInBands<Layout>(image, kernels, exactLimit, top, bands))
+      return ToDouble(*total);
   PerChannel<uint64_t> exact{};
-  PerChannel<double> rounded{};
-  bool inexact = false;
-  for (uint32_t row = 0; row < image.height; ++row) {
-    const uint8_t* const start = RowStart(image, row);
-    if (!inexact) {
-      uint64_t rowSum[kChannels] = {};
-      const uint32_t done = kernels.sum ? kernels.sum(start, image.width, rowSum, top) : 0;
-      SumPixels<Layout>(start, done, image.width, rowSum, top);
-      bool fits = true;
-      for (int c = 0; c < kChannels; ++c) fits = fits && exact[c] + rowSum[c] < exactLimit;
-      if (fits) {
-        for (int c = 0; c < kChannels; ++c) exact[c] += rowSum[c];
-        continue;
-      }
-      inexact = true;
-      for (int c = 0; c < kChannels; ++c) rounded[c] = double(exact[c]);
-    }
-    const uint8_t* pixel = start;
+  const uint32_t inexact = AddExactRows<Layout>(image, kernels, 0, image.height, exactLimit, exact, top);
+  PerChannel<double> rounded = ToDouble(exact);
+  for (uint32_t row = inexact; row < image.height; ++row) {
+    const uint8_t* pixel = RowStart(image, row);
     for (uint32_t column = 0; column < image.width; ++column, pixel += Layout::kPixelBytes)
       for (int c = 0; c < kChannels; ++c) {
         const uint32_t value = Layout::Get(pixel, c);
@@ -71,8 +117,6 @@ PerChannel<double> ChannelSums(const ImageView& image, uint64_t exactLimit = kEx
         if (top && value > top[c]) top[c] = value;
       }
   }
-  if (!inexact)
-    for (int c = 0; c < kChannels; ++c) rounded[c] = double(exact[c]);
   return rounded;
 }
 
@@ -86,20 +130,34 @@ inline PerChannel<double> Means(const PerChannel<double>& sums, double count) {
   return {sums[0] / count, sums[1] / count, sums[2] / count};
 }
 
-template <class Layout> PerChannel<uint32_t> ChannelMaxima(const ImageView& image) {
-  const RowKernels kernels = KernelsFor(KindOf<Layout>());
-  uint32_t maxima[kChannels] = {};
-  for (uint32_t row = 0; row < image.height; ++row) {
+// Raises maxima to the channel values of the rows from .. to - 1.
+template <class Layout>
+void RaiseMaxima(const ImageView& image, const RowKernels& kernels, uint32_t from, uint32_t to,
+                 PerChannel<uint32_t>& maxima) {
+  for (uint32_t row = from; row < to; ++row) {
     const uint8_t* const start = RowStart(image, row);
-    const uint32_t done = kernels.max ? kernels.max(start, image.width, maxima) : 0;
+    const uint32_t done = kernels.max ? kernels.max(start, image.width, maxima.data()) : 0;
     const uint8_t* pixel = start + size_t(done) * Layout::kPixelBytes;
     for (uint32_t column = done; column < image.width; ++column, pixel += Layout::kPixelBytes)
-      for (int c = 0; c < kChannels; ++c) {
-        const uint32_t value = Layout::Get(pixel, c);
-        if (value > maxima[c]) maxima[c] = value;
-      }
+      for (int c = 0; c < kChannels; ++c) maxima[c] = std::max(maxima[c], Layout::Get(pixel, c));
   }
-  return {maxima[0], maxima[1], maxima[2]};
+}
+
+template <class Layout>
+PerChannel<uint32_t> ChannelMaxima(const ImageView& image, const RowBands& bands = {}) {
+  const RowKernels kernels = KernelsFor(KindOf<Layout>());
+  PerChannel<uint32_t> maxima{};
+  if (bands.For(image.height) <= 1) {
+    RaiseMaxima<Layout>(image, kernels, 0, image.height, maxima);
+    return maxima;
+  }
+  const auto parts = MeasureBands(image.height, bands, maxima,
+                                  [&](uint32_t from, uint32_t to, PerChannel<uint32_t>& part) {
+                                    RaiseMaxima<Layout>(image, kernels, from, to, part);
+                                  });
+  for (const PerChannel<uint32_t>& part : parts)
+    for (int c = 0; c < kChannels; ++c) maxima[c] = std::max(maxima[c], part[c]);
+  return maxima;
 }
 
 struct PixelPosition {
@@ -112,15 +170,18 @@ template <class Layout> uint32_t BlueDistance(const uint8_t* pixel, uint32_t ful
   return 3u * (difference * difference);
 }
 
-// The first pixel whose distance 3 (B - M)^2, in wrapping unsigned 32-bit
-// arithmetic, is below that of every earlier pixel and below M itself; (0, 0)
-// when there is none. Green and red are not looked at. A vector body finds each
-// row's least distance; only a row that holds a new best is searched pixel by pixel.
-template <class Layout> PixelPosition WhitestByBlue(const ImageView& image, uint32_t fullScale) {
-  const RowKernels kernels = KernelsFor(KindOf<Layout>());
-  uint32_t best = fullScale;
-  PixelPosition found{0, 0};
-  for (uint32_t row = 0; row < image.height; ++row) {
+struct NearestBlue {
+  uint32_t distance;
+  PixelPosition at;
+};
+
+// Moves best to the first pixel of the rows from .. to - 1 whose distance is below
+// best's and below every earlier one's. A vector body finds each row's least
+// distance; only a row that holds a new best is searched pixel by pixel.
+template <class Layout>
+void FindNearestBlue(const ImageView& image, const RowKernels& kernels, uint32_t from, uint32_t to,
+                     uint32_t fullScale, NearestBlue& best) {
+  for (uint32_t row = from; row < to; ++row) {
     const uint8_t* const start = RowStart(image, row);
     if (kernels.nearestBlue) {
       uint32_t least = UINT32_MAX;
@@ -128,18 +189,36 @@ template <class Layout> PixelPosition WhitestByBlue(const ImageView& image, uint
       const uint8_t* pixel = start + size_t(done) * Layout::kPixelBytes;
       for (uint32_t column = done; column < image.width; ++column, pixel += Layout::kPixelBytes)
         least = std::min(least, BlueDistance<Layout>(pixel, fullScale));
-      if (least >= best) continue;
+      if (least >= best.distance) continue;
     }
     const uint8_t* pixel = start;
     for (uint32_t column = 0; column < image.width; ++column, pixel += Layout::kPixelBytes) {
       const uint32_t distance = BlueDistance<Layout>(pixel, fullScale);
-      if (distance < best) {
-        best = distance;
-        found = {row, column};
-      }
+      if (distance < best.distance) best = {distance, {row, column}};
     }
   }
-  return found;
+}
+
+// The first pixel whose distance 3 (B - M)^2, in wrapping unsigned 32-bit
+// arithmetic, is below that of every earlier pixel and below M itself; (0, 0)
+// when there is none. Green and red are not looked at. Each band finds its own
+// first least pixel; taken in band order, a later band's wins only with a
+// strictly smaller distance, which leaves the pixel the pass in order finds.
+template <class Layout>
+PixelPosition WhitestByBlue(const ImageView& image, uint32_t fullScale, const RowBands& bands = {}) {
+  const RowKernels kernels = KernelsFor(KindOf<Layout>());
+  NearestBlue best{fullScale, {0, 0}};
+  if (bands.For(image.height) <= 1) {
+    FindNearestBlue<Layout>(image, kernels, 0, image.height, fullScale, best);
+    return best.at;
+  }
+  const auto parts = MeasureBands(image.height, bands, best,
+                                  [&](uint32_t from, uint32_t to, NearestBlue& part) {
+                                    FindNearestBlue<Layout>(image, kernels, from, to, fullScale, part);
+                                  });
+  for (const NearestBlue& part : parts)
+    if (part.distance < best.distance) best = part;
+  return best.at;
 }
 
 // (x - mean) raised to the power 2.0 by the general power function. Compilers

@@ -3,6 +3,7 @@
 #include "tavrix/image_compress.h"
 
 #include "compress/codecs.h"
+#include "compress/stream_decoder.h"
 
 #include <cstdlib>
 #include <new>
@@ -147,21 +148,8 @@ bool CImageCompress::DecodeImage(void *source, void *destination) {
 
 bool CImageCompress::DecodeImage(const void *source, unsigned long sourceSize, void *destination,
                                  unsigned long destinationSize) {
-  namespace d = tavrix::detail;
-  if (!KnownType(m_compressType) || sourceSize < kLengthWordSize) return false;
-  const uint32_t streamLength = GetLengthWord(source);
-  if (streamLength < kLengthWordSize || streamLength != sourceSize) return false;
-  const uint8_t *payload = static_cast<const uint8_t *>(source) + kLengthWordSize;
-  const size_t payloadLength = streamLength - kLengthWordSize;
-  auto *out = static_cast<uint8_t *>(destination);
-  switch (m_compressType) {
-  case eHuffman:
-    return d::HuffmanDecodeChecked(payload, payloadLength, out, destinationSize, m_imageSize);
-  case eLZ77:
-    return d::Lz77DecodeChecked(payload, payloadLength, out, destinationSize);
-  default:
-    return d::RleDecodeChecked(payload, payloadLength, out, destinationSize);
-  }
+  return tavrix::detail::DecodeStreamChecked(m_compressType, m_imageSize, source, sourceSize,
+                                             destination, destinationSize);
 }
 
 // ---- per-codec framing ----------------------------------------------------------

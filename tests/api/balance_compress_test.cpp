@@ -2,8 +2,10 @@
 // views and byte spans, threads that change nothing, refusals that write nothing.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "api_test_util.h"
 
@@ -28,18 +30,32 @@ constexpr Layout kLayouts[] = {{"24-bit", PixelFormat::kBgr24, 200},
                                {"32-bit", PixelFormat::kBgrx32, 500},
                                {"48-bit", PixelFormat::kBgr48, 200}};
 
-// Channel values spread unevenly so that every estimator has work to do.
+// Channel values spread unevenly so that every estimator has work to do. In the
+// 8-bit layouts blue stays below 128 but for three pixels near white: one in the
+// second row, then two of equal distance further down, so that bands find their
+// own bests and the earliest least one must win.
 Bytes Photo(PixelFormat f, int w, int h, std::uint32_t seed) {
-  Bytes b = RandomBytes(std::size_t(w) * h * tavrix::BytesPerPixel(f), seed);
-  if (f == PixelFormat::kBgr48)  // 12-bit words
+  const std::size_t pixel = tavrix::BytesPerPixel(f);
+  Bytes b = RandomBytes(std::size_t(w) * h * pixel, seed);
+  if (f == PixelFormat::kBgr48) {  // 12-bit words
     for (std::size_t k = 1; k < b.size(); k += 2) b[k] &= 0x0F;
-  else
-    for (std::size_t k = 0; k < b.size(); k += tavrix::BytesPerPixel(f)) b[k] /= 2;  // dim blue
+    return b;
+  }
+  for (std::size_t k = 0; k < b.size(); k += pixel) b[k] /= 2;  // dim blue
+  const std::size_t row = std::size_t(w) * pixel;
+  b[row + 2 * pixel] = 250;
+  b[(h / 2) * row + (w - 1) * pixel] = 253;
+  b[(h - 1) * row] = 253;
   return b;
 }
 
-// The class on the packed image: estimator into caller tables, then apply.
-Bytes ClassBalance(const Layout &l, Bytes pixels, int w, int h, BalanceEstimator e, int depth) {
+struct Balanced {
+  Bytes pixels;
+  std::vector<unsigned short> red, green, blue;
+};
+
+// The class on the packed image: estimator into identity tables, then apply.
+Balanced ClassBalance(const Layout &l, Bytes pixels, int w, int h, BalanceEstimator e, int depth) {
   const unsigned bits = unsigned(l.format);
   CImageInfo info{unsigned(w), unsigned(h), bits, bits == 24 ? 8u : 16u,
                   unsigned(pixels.size()), l.colorFormat};
@@ -63,41 +79,51 @@ Bytes ClassBalance(const Layout &l, Bytes pixels, int w, int h, BalanceEstimator
     case BalanceEstimator::kWhiteWorld: c->WhiteWorld(&info, &data, r, g, b); break;
   }
   c->ApplyColorBalance(&info, &data, r, g, b);
-  return pixels;
+  return {pixels, t[0], t[1], t[2]};
 }
 
-TEST(Balance, PaddedViewsAndThreadsGiveTheClassPixels) {
+// Runs the tasks on threads of its own, the last first.
+void HostExecutor(int n, const std::function<void(int)> &task) {
+  std::vector<std::thread> pool;
+  for (int k = n - 1; k >= 0; --k) pool.emplace_back(task, k);
+  for (std::thread &t : pool) t.join();
+}
+
+TEST(Balance, PaddedViewsAndThreadsGiveTheClassTablesAndPixels) {
   const BalanceEstimator estimators[] = {
       BalanceEstimator::kMeanEqualization, BalanceEstimator::kGrayWorld,
       BalanceEstimator::kStandardDeviation, BalanceEstimator::kMeanAndStandardDeviation,
       BalanceEstimator::kScaleByMax, BalanceEstimator::kWhiteWorld};
-  const int w = 13, h = 9;
-  for (const Layout &l : kLayouts)
-    for (BalanceEstimator e : estimators) {
-      SCOPED_TRACE(std::string(l.name) + " estimator " + std::to_string(int(e)));
-      const int depth = l.format == PixelFormat::kBgr48 ? 12 : 8;
-      const Bytes photo = Photo(l.format, w, h, 5 + int(e));
-      const Bytes expected = ClassBalance(l, photo, w, h, e, depth);
-      const std::size_t row = std::size_t(w) * tavrix::BytesPerPixel(l.format);
-      for (int threads : {1, 2, 3, 8}) {
-        Padded image(photo, row, h, row + 3);  // odd stride
-        BalanceOptions o;
-        o.estimator = e;
-        o.tableDepth = depth;
-        o.parallel.threads = threads;
-        if (threads == 8)
-          o.parallel.executor = [](int n, const std::function<void(int)> &task) {
-            for (int k = n - 1; k >= 0; --k) task(k);
-          };
-        BalanceTables tables;
-        const Status s = tavrix::AutoBalance(
-            ColorView(image.data(), w, h, std::ptrdiff_t(image.stride), l.format), o, &tables);
-        ASSERT_TRUE(s.ok()) << s.message();
-        EXPECT_EQ(image.Packed(), expected) << threads << " threads";
-        EXPECT_TRUE(image.PaddingIntact());
-        EXPECT_EQ(tables.unchanged, expected == photo);
+  const struct { const char *why; int w, h; } sizes[] = {
+      {"13 rows: uneven bands for 2..8 threads", 11, 13}, {"fewer rows than threads", 9, 3}};
+  for (const auto &size : sizes)
+    for (const Layout &l : kLayouts)
+      for (BalanceEstimator e : estimators) {
+        SCOPED_TRACE(std::string(size.why) + ", " + l.name + ", estimator " + std::to_string(int(e)));
+        const int w = size.w, h = size.h;
+        const int depth = l.format == PixelFormat::kBgr48 ? 12 : 8;
+        const Bytes photo = Photo(l.format, w, h, 5 + int(e));
+        const Balanced expected = ClassBalance(l, photo, w, h, e, depth);
+        const std::size_t row = std::size_t(w) * tavrix::BytesPerPixel(l.format);
+        for (int threads = 1; threads <= 9; ++threads) {  // 9: 4 tasks for a host executor
+          Padded image(photo, row, h, row + 3);  // odd stride
+          BalanceOptions o;
+          o.estimator = e;
+          o.tableDepth = depth;
+          o.parallel.threads = threads == 9 ? 4 : threads;
+          if (threads == 9) o.parallel.executor = HostExecutor;
+          BalanceTables tables;
+          const Status s = tavrix::AutoBalance(
+              ColorView(image.data(), w, h, std::ptrdiff_t(image.stride), l.format), o, &tables);
+          ASSERT_TRUE(s.ok()) << s.message();
+          EXPECT_EQ(tables.red, expected.red) << threads << " threads";
+          EXPECT_EQ(tables.green, expected.green) << threads << " threads";
+          EXPECT_EQ(tables.blue, expected.blue) << threads << " threads";
+          EXPECT_EQ(image.Packed(), expected.pixels) << threads << " threads";
+          EXPECT_TRUE(image.PaddingIntact());
+          EXPECT_EQ(tables.unchanged, expected.pixels == photo);
+        }
       }
-    }
 }
 
 TEST(Balance, RefusalsSayWhyAndWriteNothing) {

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include "balance/level_tables.h"
@@ -33,15 +34,23 @@ TEST(ChannelSums, RowTotalsMatchPerValueAdditionWhereverTheSwitchHappens) {
   Image image = Image::Random(Format::kBgr48, 37, 9, 65535, 3, /*padding=*/5);
   const detail::ImageView view = ViewOf(image);
   const detail::PerChannel<double> plain = PlainSums<detail::Bgr48>(view);
+  // Bands run here one after another, the last first.
+  detail::RowBands bands{1, [](int n, const std::function<void(int)>& body) {
+                           for (int k = n - 1; k >= 0; --k) body(k);
+                         }};
   path_test::ForEachPath([&](path_test::Path) {
     // Limits that switch to per-value addition before the first row, in the
-    // middle and never; the maxima come out the same either way.
-    for (uint64_t limit : {uint64_t(1), uint64_t(37) * 65535 * 4, detail::kExactSumLimit}) {
-      SCOPED_TRACE(limit);
-      detail::PerChannel<uint32_t> maxima{1, 2, 3};
-      EXPECT_EQ(detail::ChannelSums<detail::Bgr48>(view, limit, &maxima), plain);
-      EXPECT_EQ(maxima, detail::ChannelMaxima<detail::Bgr48>(view));
-    }
+    // middle (4 rows in: past the first of 2 bands, within the second of 4) and
+    // never; the maxima come out the same either way.
+    for (uint64_t limit : {uint64_t(1), uint64_t(37) * 65535 * 4, detail::kExactSumLimit})
+      for (int count : {1, 2, 4}) {
+        SCOPED_TRACE(testing::Message() << limit << " limit, " << count << " bands");
+        bands.count = count;
+        detail::PerChannel<uint32_t> maxima{1, 2, 3};
+        EXPECT_EQ(detail::ChannelSums<detail::Bgr48>(view, limit, &maxima, bands), plain);
+        EXPECT_EQ(maxima, detail::ChannelMaxima<detail::Bgr48>(view));
+        EXPECT_EQ(maxima, detail::ChannelMaxima<detail::Bgr48>(view, bands));
+      }
   });
 }
 
