@@ -168,7 +168,7 @@ TEST(Directional, SixteenBitSamplesAgreeWithEightBitOnesScaledUp) {
   }
 }
 
-TEST(Directional, EveryPathBandAndThreadCountGivesTheReferenceBytes) {
+TEST(Directional, EveryPathBandAndThreadsGiveTheReferenceBytes) {
   struct Case {
     const char *why;
     int w, h, bits, red, green, blue;
