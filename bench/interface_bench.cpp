@@ -91,6 +91,7 @@ BENCHMARK(BM_Demosaic)
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kClass}, {1}})
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPacked}, {1, 2}})
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPadded}, {1, 2}})
+    ->ArgsProduct({{int(tavrix::Algorithm::kDirectional)}, {k8To24, k16To48}, {kPacked}, {1, 2}})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
