@@ -1,6 +1,8 @@
 // The tavrix:: interface on a 4096 x 3072 frame beside the class call it wraps:
 // what the interface adds (threads 1, packed rows), padded rows, and threads, for
 // every demosaicing algorithm, balance estimator and the balance apply pass.
+// BM_DemosaicLayout: the same call straight from a camera's packed layout
+// (RAW12, Mono12p) beside it on the unpacked 16-bit samples.
 // Interleave the cases and take medians:
 //   tavrix_interface_bench --benchmark_repetitions=7 --benchmark_enable_random_interleaving=true
 //     --benchmark_report_aggregates_only=true
@@ -89,6 +91,42 @@ BENCHMARK(BM_Demosaic)
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kClass}, {1}})
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPacked}, {1, 2}})
     ->ArgsProduct({{0, 1, 2, 3}, {k8To24, k16To48}, {kPadded}, {1, 2}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
+// range(0): algorithm, range(1): 24 or 48 bits, range(2): layout of the 12-bit samples.
+void BM_DemosaicLayout(benchmark::State &state) {
+  const auto algorithm = static_cast<tavrix::Algorithm>(state.range(0));
+  const bool bgr48 = state.range(1) == 48;
+  const auto packing = static_cast<tavrix::Packing>(state.range(2));
+  const std::vector<unsigned short> &samples = TheFrames().sixteen;
+  const std::size_t stride = tavrix::PackedRowBytes(packing, kWidth);
+  std::vector<unsigned char> in(stride * kHeight);
+  if (!tavrix::Pack(packing, 12, kWidth, kHeight, samples.data(), 2 * kWidth, in.data(), stride)
+           .ok())
+    return state.SkipWithError("pack refused");
+  const auto format = bgr48 ? tavrix::PixelFormat::kBgr48 : tavrix::PixelFormat::kBgr24;
+  std::vector<unsigned char> out(kPixels * tavrix::BytesPerPixel(format));
+  tavrix::DemosaicOptions o;
+  o.origin = eOriginBG;
+  o.algorithm = algorithm;
+  o.bitDepth = 12;
+  const auto raw = tavrix::RawView::Packed(in.data(), kWidth, kHeight, packing);
+  const tavrix::ColorView view(out.data(), kWidth, kHeight, 0, format);
+  for (auto _ : state) {
+    if (!tavrix::Demosaic(raw, view, o).ok()) state.SkipWithError("refused");
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.SetLabel(tavrix::PackingName(packing));
+  state.counters["Mpix/s"] =
+      benchmark::Counter(double(kPixels) * state.iterations() / 1e6, benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_DemosaicLayout)
+    ->ArgNames({"algorithm", "bits", "layout"})
+    ->ArgsProduct({{0, 1, 2, 3},
+                   {24, 48},
+                   {int(tavrix::Packing::kPlain16), int(tavrix::Packing::kRaw12),
+                    int(tavrix::Packing::kMono12p)}})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 

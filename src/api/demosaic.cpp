@@ -3,9 +3,10 @@
 //
 // Three ways to run, by what the views allow:
 //   - packed views, one thread: the entry point on the caller's buffers;
-//   - rows the kernels' banded entries can read (direct_bands.h): those
-//     entries on the caller's rows, a band per task;
-//   - otherwise (sensor layouts to unpack, 16-bit rows at odd addresses):
+//   - rows the kernels' banded entries can read (direct_bands.h), and sensor
+//     layouts unpacked a window at a time: those entries on the caller's
+//     output rows, a band per task;
+//   - otherwise (16-bit rows at odd addresses, decimated sensor layouts):
 //     halo bands through scratch, below.
 //
 // Halo bands. The entry points work on whole packed frames. A band of output
@@ -431,14 +432,15 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
   const bool direct = RunsDirect(p);
   if (p.decimates && !direct)
     return convert([&](CachedConverter &slot) { RunWhole(p, slot, packed, parallel); });
-  if (direct && (chunkRows == 0 || p.decimates)) {
+  // Chunks of a sensor layout are the windows it is unpacked in.
+  if (direct && (chunkRows == 0 || p.decimates || p.raw.Unpacks())) {
     return convert([&](CachedConverter &slot) {
       // A call the entry point refuses refreshes the tables (and, for the 24-
       // and 48-bit outputs, the matrix and thresholds) without touching a pixel.
       const std::uint16_t nothing[4] = {};
       std::uint16_t none[12];
       ConvertFrame(slot, p, nothing, ISize{2, 2}, none, ISize{2, 2});
-      RunDirect(p, slot, parallel);
+      RunDirect(p, slot, parallel, chunkRows);
     });
   }
   std::vector<int> cuts(std::size_t(tasks) + 1);

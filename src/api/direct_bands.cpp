@@ -3,11 +3,19 @@
 // by band, every band finishing a stage before any starts the next (a stage
 // reads what the previous one stored a row beyond the band); the colour
 // correction after the last stage.
+//
+// Sensor layouts run the same steps on sub-frames: a task unpacks the input
+// rows a window of output rows reads (and a margin that keeps the window inside
+// the sub-frame's interior) into a buffer of its own that stays in the caches,
+// and the kernels write straight into the caller's rows. A sub-frame starts on
+// an even row, so its rows have the kinds they have in the frame; the tables'
+// shape is checked once per call on the whole frame.
 #include "api/direct_bands.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include "api/task_runner.h"
@@ -15,6 +23,7 @@
 #include "bayer/kernels/fast_pass.h"
 #include "bayer/kernels/site_pass.h"
 #include "bayer/lut_rules.h"
+#include "bayer/table_shape.h"
 
 namespace tavrix::detail {
 namespace {
@@ -66,8 +75,79 @@ struct Settings {
   unsigned format;  // the format the tables were built under
 };
 
-void RunFast(const DemosaicPlan &p, const CachedConverter &slot, const Settings &s,
-             const Parallelism &parallel, int tasks) {
+// Input rows of a sensor layout unpacked into a task's own buffer, a sub-frame
+// at a time. Consecutive sub-frames overlap by a few rows, which stay where
+// they are: the next sub-frame starts further down the buffer, and only when it
+// would run past the end are they moved to the front.
+class UnpackedRows {
+ public:
+  explicit UnpackedRows(const DemosaicPlan &p) : p_(p), width_(std::size_t(p.raw.width)) {}
+  // Rows [from, to) of the frame, the first one returned.
+  const std::uint16_t *Rows(int from, int to) {
+    const std::size_t rows = std::size_t(to - from);
+    if (capacity_ < rows) {
+      capacity_ = kSlack * rows;
+      samples_.resize(capacity_ * width_);
+      from_ = to_ = 0;
+    }
+    int next = from;
+    std::size_t base = 0;
+    if (from >= from_ && from < to_) {
+      next = std::min(to, to_);
+      base = base_ + std::size_t(from - from_);
+      if (base + rows > capacity_) {
+        std::memmove(Row(0), Row(base), std::size_t(next - from) * width_ * 2);
+        base = 0;
+      }
+    }
+    const auto *raw = static_cast<const unsigned char *>(p_.raw.data);
+    for (int r = next; r < to; ++r)
+      p_.unpacker(raw + std::ptrdiff_t(r) * p_.raw.Stride(), Row(base + std::size_t(r - from)));
+    from_ = from;
+    to_ = to;
+    base_ = base;
+    return Row(base);
+  }
+  std::ptrdiff_t Stride() const { return std::ptrdiff_t(width_) * 2; }
+
+ private:
+  // Buffer rows per sub-frame row: the overlap moves once every few sub-frames.
+  static constexpr std::size_t kSlack = 4;
+  std::uint16_t *Row(std::size_t k) { return &samples_[k * width_]; }
+  const DemosaicPlan &p_;
+  std::size_t width_;
+  std::vector<std::uint16_t> samples_;
+  std::size_t capacity_ = 0;  // rows
+  int from_ = 0, to_ = 0;     // the frame rows it holds, from buffer row base_ on
+  std::size_t base_ = 0;
+};
+
+// Rows [from, to) of the frame around rows [a, b) that read `above` rows above
+// and `below` rows below themselves: even bounds, at least 4 rows.
+struct SubFrame {
+  int from, to;
+};
+SubFrame Around(int a, int b, int above, int below, int height) {
+  SubFrame f{std::max(0, a - above) & ~1, std::min(height, (b + below + 1) & ~1)};
+  if (f.to - f.from < 4) f.from = std::max(0, f.to - 4);
+  if (f.to - f.from < 4) f.to = std::min(height, f.from + 4);
+  return f;
+}
+
+unsigned char *OutputRow(const DemosaicPlan &p, int r) {
+  return static_cast<unsigned char *>(p.output.data) + std::ptrdiff_t(r) * p.output.Stride();
+}
+
+// Output rows per window when unpacking: the window's samples (about 64 KB)
+// stay in the caches between unpacking and converting. BM_DemosaicLayout at
+// 4096 columns: windows of 32 to 256 KB ran within the run's noise.
+int UnpackWindowRows(const DemosaicPlan &p, int chunkRows) {
+  if (chunkRows > 0) return std::max(2, chunkRows & ~1);
+  const std::size_t rows = (std::size_t(64) << 10) / (std::size_t(p.raw.width) * 2);
+  return int(std::clamp<std::size_t>(rows, 8, 64)) & ~1;
+}
+
+FastPassJob WholeFrameJob(const DemosaicPlan &p, const CachedConverter &slot, const Settings &s) {
   CBayerConverter &c = const_cast<CBayerConverter &>(slot.converter);  // tables only read
   const DemosaicOptions &o = p.options;
   const bool byteSelect = LutRuleFor(p.format) == LutRule::kByte;
@@ -93,60 +173,138 @@ void RunFast(const DemosaicPlan &p, const CachedConverter &slot, const Settings 
   job.shapes = CheckFastPassTables(
       job, {s.format, o.balanceRed, o.balanceGreen, o.balanceBlue, s.bitDepth, s.depthShift,
             s.outputShift});
+  return job;
+}
+
+// Input rows [a, b) of the frame (b <= H - 1, a even) from unpacked sub-frames,
+// a window at a time. Row r reads rows r and r + 1.
+void RunFastUnpacked(const DemosaicPlan &p, const FastPassJob &job, int a, int b, int window) {
+  UnpackedRows rows(p);
+  for (int top = a; top < b; top += window) {
+    const int bottom = std::min(b, top + window);
+    const SubFrame f = Around(top, bottom, 0, 1, p.raw.height);
+    FastPassJob sub = job;
+    sub.input = rows.Rows(f.from, f.to);
+    sub.inputStride = rows.Stride();
+    sub.inputSize.height = f.to - f.from;
+    sub.output = OutputRow(p, f.from);
+    sub.rowBegin = top - f.from;
+    sub.rowEnd = bottom - f.from;
+    RunFastPass(sub);
+  }
+}
+
+void RunFast(const DemosaicPlan &p, const CachedConverter &slot, const Settings &s,
+             const Parallelism &parallel, int tasks, int chunkRows) {
+  const FastPassJob job = WholeFrameJob(p, slot, s);
   const int height = p.raw.height;
   const std::vector<int> cuts = Cuts(height, tasks);
+  const int window = UnpackWindowRows(p, chunkRows);
   RunTasks(parallel, tasks, [&](int k) {
+    const int begin = cuts[k], end = std::min(cuts[k + 1], height - 1);
+    if (begin >= end) return;
+    if (p.raw.Unpacks()) return RunFastUnpacked(p, job, begin, end, window);
     FastPassJob band = job;
-    band.rowBegin = cuts[k];
-    band.rowEnd = std::min(cuts[k + 1], height - 1);
-    if (band.rowBegin < band.rowEnd) RunFastPass(band);
+    band.rowBegin = begin;
+    band.rowEnd = end;
+    RunFastPass(band);
   });
   // Only the 8-bit 32-bit output then clears the last pixel of every output row,
   // and the last row (which a decimating pass may have written).
   if (job.variant != PassVariant::k32From8) return;
-  auto *out = static_cast<unsigned char *>(p.output.data);
   const std::size_t width = std::size_t(p.output.width);
   for (int r = 0; r < p.output.height; ++r) {
-    unsigned char *row = out + std::ptrdiff_t(r) * job.outputStride;
+    unsigned char *row = OutputRow(p, r);
     if (r == p.output.height - 1) std::memset(row, 0, width * 4);
     else std::memset(row + (width - 1) * 4, 0, 4);
   }
 }
 
+// What the per-site stages of one call read, and their entry.
 template <class Record, class Sample>
-void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings &s,
-              const Parallelism &parallel, int tasks) {
-  CBayerConverter &c = const_cast<CBayerConverter &>(slot.converter);  // tables only read
-  const DemosaicOptions &o = p.options;
-  const SiteFrame<Record, Sample> frame{static_cast<Record *>(p.output.data), p.output.Stride(),
-                                        static_cast<const Sample *>(p.raw.data), p.raw.Stride(),
-                                        p.raw.width, p.raw.height};
-  const PlaneLuts luts{c.GetBlueLUT(), c.GetGreenLUT(), c.GetRedLUT()};
-  // The 32-bit calls find the thresholds of a new converter; the others scale them.
-  const int thresholdBits = p.output.format == PixelFormat::kBgrx32 ? 8 : s.bitDepth;
-  int thresholds[5];
-  for (int k = 0; k < 5; ++k) thresholds[k] = ScaledThreshold(kDefaultThresholds[k], thresholdBits);
-  const PlaneContext context{o.origin, s.outputShift, s.depthShift, s.bitDepth, o.sampleFactor,
-                             thresholds};
-  using Run = void (*)(const SiteFrame<Record, Sample> &, const PlaneLuts &, const PlaneContext &,
-                       const SiteBand &);
-  Run run = nullptr;
-  int stages = 0;
-  switch (o.algorithm) {
-    case Algorithm::kBilinear: run = BilinearRows; stages = kBilinearStages; break;
-    case Algorithm::kLaplacian1: run = Laplacian1Rows; stages = kLaplacian1Stages; break;
-    default: run = Laplacian2Rows; stages = kLaplacian2Stages; break;
+class SiteStages {
+ public:
+  using Frame = SiteFrame<Record, Sample>;
+  using Run = void (*)(const Frame &, const PlaneLuts &, const PlaneContext &, const SiteBand &);
+
+  SiteStages(const DemosaicPlan &p, const CachedConverter &slot, const Settings &s) : p_(p) {
+    CBayerConverter &c = const_cast<CBayerConverter &>(slot.converter);  // tables only read
+    const DemosaicOptions &o = p.options;
+    luts_ = {c.GetBlueLUT(), c.GetGreenLUT(), c.GetRedLUT()};
+    // The 32-bit calls find the thresholds of a new converter; the others scale them.
+    const int thresholdBits = p.output.format == PixelFormat::kBgrx32 ? 8 : s.bitDepth;
+    for (int k = 0; k < 5; ++k)
+      thresholds_[k] = ScaledThreshold(kDefaultThresholds[k], thresholdBits);
+    context_ = {o.origin, s.outputShift, s.depthShift, s.bitDepth, o.sampleFactor, thresholds_};
+    switch (o.algorithm) {
+      case Algorithm::kBilinear: run_ = BilinearRows; stages_ = kBilinearStages; break;
+      case Algorithm::kLaplacian1: run_ = Laplacian1Rows; stages_ = kLaplacian1Stages; break;
+      default: run_ = Laplacian2Rows; stages_ = kLaplacian2Stages; break;
+    }
+    // The vector bodies compute clamped-offset tables; like the converter,
+    // frames too small to repay the check look them up.
+    const int reach = sizeof(Sample) == 1 ? kByteReach : kWordReach;
+    if (std::int64_t(p.raw.width) * p.raw.height >= 4 * reach) {
+      shapes_ = CheckTableShapes({luts_.red, luts_.green, luts_.blue},
+                                 {s.format, o.balanceRed, o.balanceGreen, o.balanceBlue,
+                                  s.bitDepth, s.depthShift, s.outputShift},
+                                 reach);
+      context_.shapes = &shapes_;
+    }
   }
-  const int height = p.raw.height;
-  const std::vector<int> cuts = Cuts(height, tasks);
-  auto correct = [&](int k) {
+  SiteStages(const SiteStages &) = delete;
+
+  int Stages() const { return stages_; }
+
+  // The whole frame on the caller's rows.
+  void Direct(const SiteBand &band) const {
+    const Frame frame{static_cast<Record *>(p_.output.data), p_.output.Stride(),
+                      static_cast<const Sample *>(p_.raw.data), p_.raw.Stride(), p_.raw.width,
+                      p_.raw.height};
+    run_(frame, luts_, context_, band);
+  }
+
+  // Stages [band.firstStage, band.lastStage) of rows [band.firstRow,
+  // band.lastRow) from unpacked sub-frames, down in windows, each stage
+  // kSiteStageLag rows behind the one before. With `correct`, rows are
+  // corrected once no later window reads them.
+  void Unpacked(const SiteBand &band, int window, bool correct) const {
+    UnpackedRows rows(p_);
+    const int lastLag = (band.lastStage - band.firstStage - 1) * kSiteStageLag;
+    int corrected = band.firstRow;
+    for (int top = band.firstRow; top - lastLag < band.lastRow; top += window) {
+      const int from = std::max(band.firstRow, top - lastLag);
+      const int to = std::min(band.lastRow, top + window);
+      // Stage reads reach two input rows; the kernels write rows 2 .. H - 3 of a frame.
+      const SubFrame f = Around(from, to, 2, 2, p_.raw.height);
+      const Frame frame{reinterpret_cast<Record *>(OutputRow(p_, f.from)), p_.output.Stride(),
+                        reinterpret_cast<const Sample *>(rows.Rows(f.from, f.to)), rows.Stride(),
+                        p_.raw.width, f.to - f.from};
+      for (int stage = band.firstStage; stage < band.lastStage; ++stage) {
+        const int lag = (stage - band.firstStage) * kSiteStageLag;
+        const int a = std::max(band.firstRow, top - lag);
+        const int b = std::min(band.lastRow, top + window - lag);
+        if (a < b) run_(frame, luts_, context_, SiteBand{a - f.from, b - f.from, stage, stage + 1});
+      }
+      // The next window reads stored values from one row above its own.
+      const int done = std::min(band.lastRow, top + window - lastLag) - kSiteStageLag;
+      if (correct && done > corrected) {
+        Correct(corrected, done);
+        corrected = done;
+      }
+    }
+    if (correct) Correct(corrected, band.lastRow);
+  }
+
+  // Applies the colour correction to output rows [a, b), when asked for.
+  void Correct(int a, int b) const {
+    const DemosaicOptions &o = p_.options;
     if (!o.correctColors) return;
     const double *m = o.matrix.data();
-    const int max = int((1u << s.bitDepth) - 1);
-    for (int r = cuts[k]; r < cuts[k + 1]; ++r) {
-      Record *row = reinterpret_cast<Record *>(static_cast<unsigned char *>(p.output.data) +
-                                               std::ptrdiff_t(r) * p.output.Stride());
-      ForEachPixel(row, ISize{p.raw.width, 1}, [=](Record *px) {
+    const int max = int((1u << context_.bitDepth) - 1);
+    for (int r = a; r < b; ++r) {
+      Record *row = reinterpret_cast<Record *>(OutputRow(p_, r));
+      ForEachPixel(row, ISize{p_.raw.width, 1}, [=](Record *px) {
         if constexpr (std::is_same<Record, CBayerConverter::RGBTRIPLE16>::value) {
           CorrectWords(px, m, max);
         } else {
@@ -156,20 +314,41 @@ void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings
         }
       });
     }
+  }
+
+ private:
+  const DemosaicPlan &p_;
+  PlaneLuts luts_;
+  int thresholds_[5];
+  TableShapes shapes_{};
+  PlaneContext context_;
+  Run run_ = nullptr;
+  int stages_ = 0;
+};
+
+template <class Record, class Sample>
+void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings &s,
+              const Parallelism &parallel, int tasks, int chunkRows) {
+  const SiteStages<Record, Sample> sites(p, slot, s);
+  const int stages = sites.Stages();
+  const std::vector<int> cuts = Cuts(p.raw.height, tasks);
+  const bool unpacks = p.raw.Unpacks();
+  const int window = UnpackWindowRows(p, chunkRows);
+  auto band = [&](int k, int first, int last, bool correct) {
+    const SiteBand b{cuts[k], cuts[k + 1], first, last};
+    if (unpacks) return sites.Unpacked(b, window, correct);
+    sites.Direct(b);
+    if (correct) sites.Correct(b.firstRow, b.lastRow);
   };
   if (tasks == 1 || stages == 1) {
     // One walk per band: the stages follow each other a row apart.
-    RunTasks(parallel, tasks, [&](int k) {
-      run(frame, luts, context, SiteBand{cuts[k], cuts[k + 1], 0, stages});
-      correct(k);
-    });
+    RunTasks(parallel, tasks, [&](int k) { band(k, 0, stages, true); });
     return;
   }
+  // Stage by stage across the bands (a sensor layout is unpacked again for each).
   for (int stage = 0; stage < stages; ++stage)
-    RunTasks(parallel, tasks, [&](int k) {
-      run(frame, luts, context, SiteBand{cuts[k], cuts[k + 1], stage, stage + 1});
-    });
-  RunTasks(parallel, tasks, correct);
+    RunTasks(parallel, tasks, [&](int k) { band(k, stage, stage + 1, false); });
+  RunTasks(parallel, tasks, [&](int k) { sites.Correct(cuts[k], cuts[k + 1]); });
 }
 
 }  // namespace
@@ -210,38 +389,42 @@ void RunPackedBilinear(const DemosaicPlan &p, const CachedConverter &slot, const
 }
 
 bool RunsDirect(const DemosaicPlan &p) {
-  if (p.raw.Unpacks()) return false;
-  // The decimating per-site walks count positions across rows, and the
-  // corrected fast pass writes rows longer than the output's: whole frames only.
-  if (p.decimates && (p.options.algorithm != Algorithm::kFastBilinear ||
+  // The decimating per-site walk stores into the converter's packed layout
+  // (RunPackedBilinear), and the corrected fast pass writes rows longer than the
+  // output's: whole frames only. A decimating pass places its rows by their
+  // number in the frame: not on sub-frames.
+  if (p.decimates && (p.raw.Unpacks() || p.options.algorithm != Algorithm::kFastBilinear ||
                       (p.options.correctColors && p.format == 100)))
     return false;
-  if (p.raw.type == SampleType::kMono16 && !IsAligned(p.raw.data, p.raw.Stride(), 2)) return false;
+  if (p.raw.type == SampleType::kMono16 && !p.raw.Unpacks() &&
+      !IsAligned(p.raw.data, p.raw.Stride(), 2))
+    return false;
   if (p.output.format == PixelFormat::kBgr48 && !IsAligned(p.output.data, p.output.Stride(), 2))
     return false;
   return true;
 }
 
-void RunDirect(const DemosaicPlan &p, const CachedConverter &slot, const Parallelism &parallel) {
+void RunDirect(const DemosaicPlan &p, const CachedConverter &slot, const Parallelism &parallel,
+               int chunkRows) {
   const bool fast = p.options.algorithm == Algorithm::kFastBilinear;
   const bool sixteenToBgrx =
       p.raw.type == SampleType::kMono16 && p.output.format == PixelFormat::kBgrx32;
   const Settings s{p.bitDepth, p.bitDepth - 8, fast && sixteenToBgrx ? p.bitDepth - 8 : 0,
                    slot.key.lutFormat};
   const int tasks = std::max(1, std::min(TaskCount(parallel), p.raw.height / 2));
-  if (fast) return RunFast(p, slot, s, parallel, tasks);
+  if (fast) return RunFast(p, slot, s, parallel, tasks, chunkRows);
   using BGRx = CBayerConverter::BGRxTRIPLE;
   using Words = CBayerConverter::RGBTRIPLE16;
   const bool eight = p.raw.type == SampleType::kMono8;
   switch (p.output.format) {
     case PixelFormat::kBgr24:
-      return eight ? RunSites<tagRGBTRIPLE, std::uint8_t>(p, slot, s, parallel, tasks)
-                   : RunSites<tagRGBTRIPLE, std::uint16_t>(p, slot, s, parallel, tasks);
+      return eight ? RunSites<tagRGBTRIPLE, std::uint8_t>(p, slot, s, parallel, tasks, chunkRows)
+                   : RunSites<tagRGBTRIPLE, std::uint16_t>(p, slot, s, parallel, tasks, chunkRows);
     case PixelFormat::kBgrx32:
-      return eight ? RunSites<BGRx, std::uint8_t>(p, slot, s, parallel, tasks)
-                   : RunSites<BGRx, std::uint16_t>(p, slot, s, parallel, tasks);
+      return eight ? RunSites<BGRx, std::uint8_t>(p, slot, s, parallel, tasks, chunkRows)
+                   : RunSites<BGRx, std::uint16_t>(p, slot, s, parallel, tasks, chunkRows);
     case PixelFormat::kBgr48:
-      return RunSites<Words, std::uint16_t>(p, slot, s, parallel, tasks);
+      return RunSites<Words, std::uint16_t>(p, slot, s, parallel, tasks, chunkRows);
   }
 }
 

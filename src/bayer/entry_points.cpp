@@ -83,12 +83,14 @@ void CBayerConverter::Convert(Record *output, const ISize &outSize, const Sample
   if (kBGRx && (!IsBayerFrame(outSize) || m_sampleFactor < 1)) return;
   const PlaneLuts luts{m_blueLUT, m_greenLUT, m_redLUT};
   PlaneContext context = TAVRIX_PLANE_CONTEXT;
-  // The second-order Laplacian's vector bodies compute clamped-offset tables
+  // The per-site algorithms' vector bodies compute clamped-offset tables
   // rather than look them up; checking the tables costs about three passes over
   // the entries a sample can index, so small frames look them up.
   TableShapes shapes{};
   const int reach = std::is_same<Sample, Mono8>::value ? kByteReach : kWordReach;
-  if (m_calcMode == eLaplacian2 && std::int64_t(inSize.width) * inSize.height >= 4 * reach) {
+  const bool perSite =
+      m_calcMode == eBilinear || m_calcMode == eLaplacian1 || m_calcMode == eLaplacian2;
+  if (perSite && std::int64_t(inSize.width) * inSize.height >= 4 * reach) {
     shapes = CheckTableShapes({m_redLUT, m_greenLUT, m_blueLUT},
                               {m_lutFormat, m_redBalance, m_greenBalance, m_blueBalance,
                                m_bitDepth, m_depthShift, m_outputShift},

@@ -198,6 +198,8 @@ UnpackRowFunction ActiveUnpackRow(Packing packing) {
   const Path path = ActivePath();
   if (Admits(path, Path::kAvx2)) fast = Avx2UnpackRow(packing);
   if (fast == nullptr && Admits(path, Path::kSse41)) fast = Ssse3UnpackRow(packing);
+#elif TAVRIX_SIMD_NEON
+  if (Admits(ActivePath(), Path::kNeon)) fast = NeonUnpackRow(packing);
 #endif
   return fast != nullptr ? fast : ReferenceUnpackRow(packing);
 }

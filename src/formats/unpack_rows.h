@@ -27,6 +27,7 @@ PackRowFunction ReferencePackRow(Packing packing);
 // Null when the path has no body of its own for the layout.
 UnpackRowFunction Ssse3UnpackRow(Packing packing);
 UnpackRowFunction Avx2UnpackRow(Packing packing);
+UnpackRowFunction NeonUnpackRow(Packing packing);
 
 // The body for the path active now (chosen once per call by the caller).
 UnpackRowFunction ActiveUnpackRow(Packing packing);

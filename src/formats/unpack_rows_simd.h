@@ -111,11 +111,20 @@ void UnpackRow(const std::uint8_t *in, std::uint16_t *out, std::size_t width, un
   static_assert(Ops::kLoadBytes >= (kLanes - 1) * D.inBytes + 16, "a load covers its lanes");
   const std::size_t rowBytes = width * D.inBytes / 8;
   const typename Ops::Count count = Ops::MakeCount(shift);
-  std::size_t i = 0, at = 0;
-  for (; i + Ops::kSamples <= width && at + Ops::kLoadBytes <= rowBytes;
-       i += Ops::kSamples, at += kStepBytes)
-    Ops::Store(out + i, Decode<Ops, D>(Ops::template Load<D.inBytes>(in + at), count));
-  if (i < width) ReferenceUnpackRow(D.packing)(in + at, out + i, width - i, shift);
+  // Steps whose samples lie in the row and whose load stays inside its bytes,
+  // counted up front: one counter in the loop (no std::min: see the top).
+  std::size_t steps = 0;
+  if (width >= Ops::kSamples && rowBytes >= Ops::kLoadBytes) {
+    const std::size_t loads = (rowBytes - Ops::kLoadBytes) / kStepBytes + 1;
+    steps = width / Ops::kSamples;
+    if (loads < steps) steps = loads;
+  }
+  const std::uint8_t *from = in;
+  std::uint16_t *to = out;
+  for (std::size_t k = 0; k < steps; ++k, from += kStepBytes, to += Ops::kSamples)
+    Ops::Store(to, Decode<Ops, D>(Ops::template Load<D.inBytes>(from), count));
+  const std::size_t i = steps * Ops::kSamples;
+  if (i < width) ReferenceUnpackRow(D.packing)(from, to, width - i, shift);
 }
 
 template <class Ops>

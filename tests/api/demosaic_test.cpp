@@ -8,6 +8,7 @@
 
 #include "api/demosaic_plan.h"
 #include "api_test_util.h"
+#include "support/paths.h"
 
 namespace {
 
@@ -209,41 +210,105 @@ TEST(Demosaic, DecimatingBilinearBandsAndThreadsGiveTheBytesOfOneThread) {
         }
 }
 
+// A frame in a sensor layout, and the class conversion of its unpacked samples.
+struct LayoutFrame {
+  LayoutFrame(tavrix::Packing packing, int bits, int w, int h, std::uint32_t seed)
+      : packing(packing), width(w), height(h),
+        samples(RandomSamples(w, h, SampleType::kMono16, bits, seed)),
+        row(tavrix::PackedRowBytes(packing, w)), packed(row * h) {
+    EXPECT_TRUE(tavrix::Pack(packing, bits, w, h, reinterpret_cast<const std::uint16_t *>(samples.data()),
+                             2 * std::size_t(w), packed.data(), row).ok());
+  }
+  Bytes Class(PixelFormat format, const Bytes &before, DemosaicOptions o, int bits) const {
+    o.bitDepth = bits;
+    return ClassDemosaic(samples, SampleType::kMono16, {width, height}, format, {width, height},
+                         before, o);
+  }
+  // Straight from the packed rows, `extra` bytes of padding after each row;
+  // unpacked in windows of `window` output rows (0: the normal choice).
+  Bytes Fused(PixelFormat format, const Bytes &before, const DemosaicOptions &o, int window,
+              std::size_t extra = 3) const {
+    const std::size_t outRow = std::size_t(width) * tavrix::BytesPerPixel(format);
+    Padded in(packed, row, height, row + extra), out(before, outRow, height, outRow + extra);
+    const RawView rv = RawView::Packed(in.data(), width, height, packing, std::ptrdiff_t(in.stride));
+    const ColorView cv(out.data(), width, height, std::ptrdiff_t(out.stride), format);
+    tavrix::detail::DemosaicPlan plan;
+    const Status s = tavrix::detail::CheckDemosaic(rv, cv, o, &plan);
+    EXPECT_TRUE(s.ok()) << s.message();
+    if (s.ok()) tavrix::detail::RunDemosaic(plan, o.parallel, window);
+    EXPECT_TRUE(out.PaddingIntact());
+    EXPECT_TRUE(in.PaddingIntact());
+    return out.Packed();
+  }
+  tavrix::Packing packing;
+  int width, height;
+  Bytes samples;
+  std::size_t row;
+  Bytes packed;
+};
+
 TEST(Demosaic, SensorLayoutsGiveTheBytesOfUnpackingFirst) {
+  using tavrix::Packing;
+  // Every layout; options differ from row to row (origin, correction) so that
+  // each algorithm meets every origin and both with and without correction.
   struct Case {
-    tavrix::Packing packing;
-    int bits;
+    Packing packing;
+    int bits;   // what the samples carry
+    int depth;  // the option (0: the layout's own)
   };
-  const Case cases[] = {{tavrix::Packing::kRaw12, 12}, {tavrix::Packing::kMono10p, 10},
-                        {tavrix::Packing::kRaw14, 14}, {tavrix::Packing::kMsb16, 12}};
-  const int w = 24, h = 14;
-  for (const Case &k : cases)
+  const Case cases[] = {{Packing::kRaw10, 10, 0},        {Packing::kRaw12, 12, 0},
+                        {Packing::kRaw14, 14, 0},        {Packing::kMono10p, 10, 0},
+                        {Packing::kMono12p, 12, 0},      {Packing::kMono12Packed, 12, 0},
+                        {Packing::kMsb16, 12, 12},       {Packing::kBe16, 14, 14}};
+  // 22 rows: bands of uneven heights for 3 and 4 tasks; 24 columns: a vector
+  // step and a tail of every unpacker.
+  const int w = 24, h = 22;
+  const PixelFormat formats[] = {PixelFormat::kBgr24, PixelFormat::kBgrx32, PixelFormat::kBgr48};
+  for (std::size_t n = 0; n < std::size(cases); ++n)
     for (Algorithm a : kAlgorithms) {
-      SCOPED_TRACE(std::string(tavrix::PackingName(k.packing)) + " algorithm " +
-                   std::to_string(int(a)));
-      const Bytes samples = RandomSamples(w, h, SampleType::kMono16, k.bits, 40 + int(a));
-      const std::size_t row = tavrix::PackedRowBytes(k.packing, w), stride = row + 3;
-      Bytes packed(stride * h, kSentinel);
-      ASSERT_TRUE(tavrix::Pack(k.packing, k.bits, w, h,
-                               reinterpret_cast<const std::uint16_t *>(samples.data()), 2 * w,
-                               packed.data(), stride).ok());
-      const Bytes before = RandomBytes(std::size_t(w) * h * 6, 2);
-      DemosaicOptions o = Busy(a, eOriginRG, SampleType::kMono16, false);
-      o.bitDepth = k.packing == tavrix::Packing::kMsb16 ? 12 : 0;  // 0: the layout's own depth
-      DemosaicOptions unpacked = o;
-      unpacked.bitDepth = k.bits;
-      const Bytes expected = ClassDemosaic(samples, SampleType::kMono16, {w, h},
-                                           PixelFormat::kBgr48, {w, h}, before, unpacked);
-      for (int threads : {1, 3}) {
-        Bytes out = before;
-        o.parallel.threads = threads;
-        const Status s = tavrix::Demosaic(
-            RawView::Packed(packed.data(), w, h, k.packing, std::ptrdiff_t(stride)),
-            ColorView(out.data(), w, h, 0, PixelFormat::kBgr48), o);
-        ASSERT_TRUE(s.ok()) << s.message();
-        EXPECT_EQ(out, expected) << threads << " threads";
+      const Case &k = cases[n];
+      const int variety = int(n) + int(a);
+      const ePatternOrigin origin = kOrigins[variety % 4];
+      const LayoutFrame frame(k.packing, k.bits, w, h, 40 + variety);
+      DemosaicOptions o = Busy(a, origin, SampleType::kMono16, n % 2 == 1);
+      o.bitDepth = k.depth;
+      for (PixelFormat format : formats) {
+        SCOPED_TRACE(std::string(tavrix::PackingName(k.packing)) + " algorithm " +
+                     std::to_string(int(a)) + " format " + std::to_string(int(format)) +
+                     " origin " + std::to_string(origin));
+        const Bytes before = RandomBytes(std::size_t(w) * h * tavrix::BytesPerPixel(format), 2);
+        const Bytes expected = frame.Class(format, before, o, k.bits);
+        for (int threads = 1; threads <= 4; ++threads)
+          for (int window : {0, 2, 6}) {  // 2: every stage lags into the next window
+            o.parallel.threads = threads;
+            EXPECT_EQ(frame.Fused(format, before, o, window), expected)
+                << threads << " threads, windows of " << window;
+          }
+        o.parallel = {};
       }
     }
+}
+
+TEST(Demosaic, SensorLayoutsOnEveryPathGiveTheReferenceBytes) {
+  // Big enough that the tables' shape is checked and the vector bodies compute
+  // them; two tasks so that bands meet. Plain samples: the kernels on the caller's rows.
+  const int w = 640, h = 416;
+  const tavrix::Packing packings[] = {tavrix::Packing::kRaw12, tavrix::Packing::kPlain16};
+  const PixelFormat formats[] = {PixelFormat::kBgr24, PixelFormat::kBgr48};
+  for (tavrix::Packing packing : packings)
+    for (Algorithm a : kAlgorithms)
+      for (PixelFormat format : formats) {
+        SCOPED_TRACE(std::string(tavrix::PackingName(packing)) + " algorithm " +
+                     std::to_string(int(a)) + " format " + std::to_string(int(format)));
+        const LayoutFrame frame(packing, 12, w, h, 5);
+        DemosaicOptions o = Busy(a, eOriginGR, SampleType::kMono16, false);
+        o.parallel.threads = 2;
+        const Bytes before(std::size_t(w) * h * tavrix::BytesPerPixel(format), kSentinel);
+        tavrix::detail::ForcePathForTesting(path_test::Path::kReference);
+        const Bytes expected = frame.Class(format, before, o, 12);
+        path_test::ForEachPath(
+            [&](path_test::Path) { EXPECT_EQ(frame.Fused(format, before, o, 0, 0), expected); });
+      }
 }
 
 TEST(Demosaic, BatchGivesTheBytesOfSingleCalls) {

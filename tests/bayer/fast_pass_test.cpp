@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bayer/kernels/fast_pass.h"
+#include "bayer/kernels/simd/line_bodies.h"
 #include "bayer/lut_rules.h"
 #include "bayer_test_util.h"
 #include "support/paths.h"
@@ -322,6 +323,24 @@ TEST(FastPassPaths, EveryPathMatchesTheReferenceBitForBit) {
           }
         });
       }
+}
+
+// The comparisons above pass as well when a vector path quietly walks with the
+// reference: every vector path takes a body for the plain and byte-select passes.
+TEST(FastPassPaths, VectorPathsTakeTheirBodies) {
+  const SizeCase z = {66, 10, 1};
+  for (const PathCase &c : kPathCases) {
+    if (c.family == d::LineFamily::kCorrected) continue;
+    SCOPED_TRACE(c.why);
+    const Tables tables = MakeTables(SettingsFor(c, kTableCases[2]), false, 5);
+    const Mosaic m = RandomMosaic(z.width, z.height, From8(c.kind) ? 8 : 16, 6);
+    const std::vector<std::uint8_t> input = SampleBytes(m, From8(c.kind));
+    const d::FastPassJob job = PackedJob(c, z, input, tables, nullptr);
+    path_test::ForEachPath([&](path_test::Path p) {
+      d::VectorLineArgs args;
+      EXPECT_EQ(d::ChooseLineBodies(job, args) != nullptr, p != path_test::Path::kReference);
+    });
+  }
 }
 
 // Outputs far larger than the cache take streamed stores on some paths.

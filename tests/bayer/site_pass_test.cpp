@@ -83,7 +83,7 @@ Bytes Run(Algorithm algorithm, const Scene &s, int origin, int pad, std::vector<
                                         reinterpret_cast<const Sample *>(in),
                                         std::ptrdiff_t(inRow), s.width, s.height};
   const PlaneLuts luts{s.tables[0].data(), s.tables[1].data(), s.tables[2].data()};
-  const PlaneContext context{origin, 0, s.bits - 8, s.bits, 1, s.thresholds, &s.shapes};
+  const PlaneContext context{origin, s.bits - 8, s.bits - 8, s.bits, 1, s.thresholds, &s.shapes};
   auto call = [&](const SiteBand &band) {
     switch (algorithm) {
       case Algorithm::kBilinear: return BilinearRows(frame, luts, context, band);
@@ -166,7 +166,7 @@ TEST(SitePass, BandsAndPaddedRowsGiveTheWholeFrameBytes) {
   CheckVariant<CBayerConverter::BGRxTRIPLE, std::uint16_t>("16 to 32", 12);
   CheckVariant<CBayerConverter::RGBTRIPLE16, std::uint16_t>("16 to 48", 12);
   CheckVariant<tagRGBTRIPLE, std::uint8_t>("8 to 24", 8);
-  CheckVariant<tagRGBTRIPLE, std::uint16_t>("16 to 24", 12);
+  CheckVariant<tagRGBTRIPLE, std::uint16_t>("16 to 24, full 16-bit tables", 16);
 }
 
 }  // namespace

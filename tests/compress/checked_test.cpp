@@ -112,6 +112,7 @@ TEST(CheckedDecoder, RefusesHostileStreams) {
       {"huge match length", eLZ77, 16,
        Stream({0x00, 0x41, 0x00, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F, 0x01}), 16},
       {"match beyond the output", eLZ77, 4, Stream({0x00, 0x41, 0x00, 0x04, 0x01}), 4},
+      {"escaped literal beyond the output", eLZ77, 1, Stream({0x00, 0x41, 0x00, 0x00}), 1},
       {"Huffman image larger than the output", eHuffman, 8,
        Stream(Concat({fourLeaves, PackBits("00000000 00000000", 0)})), 4},
       {"Huffman bits run out", eHuffman, 64, Stream(fourLeaves), 64},
@@ -124,8 +125,9 @@ TEST(CheckedDecoder, RefusesHostileStreams) {
     SCOPED_TRACE(c.why);
     CImageCompress codec;
     codec.InitCompress(c.type, c.imageSize);
-    Bytes out(c.outputSize, kSentinel);
-    EXPECT_FALSE(codec.DecodeImage(c.stream.data(), c.stream.size(), out.data(), out.size()));
+    Bytes out(c.outputSize + 4, kSentinel); // four guard bytes past the destination
+    EXPECT_FALSE(codec.DecodeImage(c.stream.data(), c.stream.size(), out.data(), c.outputSize));
+    EXPECT_EQ(Bytes(out.end() - 4, out.end()), Bytes(4, kSentinel));
   }
 }
 

@@ -27,53 +27,14 @@
 // Samples index the tables unsigned, 16-bit ones included.
 #include <algorithm>
 
+#include "bayer/kernels/bilinear_sites.h"
 #include "bayer/kernels/plane_kernels.h"
+#include "bayer/kernels/simd/site_fast.h"
 #include "bayer/kernels/store_policy.h"
 #include "bayer/walk_limits.h"
 
 namespace tavrix::detail {
 namespace {
-
-enum class Estimate { kDirect, kH, kV, kD, kCross };
-
-// Estimates of the red and blue passes, per origin, in the order
-// (row A odd column, row A even column, row B odd column, row B even column);
-// rows A are 1, 3, 5, ..., rows B 2, 4, ...
-struct SiteTable {
-  Estimate site[4];
-};
-constexpr Estimate kDir = Estimate::kDirect, kH = Estimate::kH, kV = Estimate::kV,
-                   kD = Estimate::kD;
-constexpr SiteTable kRedSites[4] = {
-    {{kH, kDir, kD, kH}},  // GB
-    {{kV, kD, kDir, kV}},  // GR
-    {{kDir, kH, kH, kD}},  // BG
-    {{kD, kV, kV, kDir}},  // RG
-};
-constexpr SiteTable kBlueSites[4] = {
-    {{kV, kD, kDir, kH}},  // GB
-    {{kH, kDir, kD, kV}},  // GR
-    {{kD, kV, kV, kDir}},  // BG
-    {{kDir, kH, kV, kD}},  // RG
-};
-
-constexpr int OriginIndex(int origin) {
-  return origin == eOriginGB ? 0 : origin == eOriginGR ? 1 : origin == eOriginBG ? 2 : 3;
-}
-
-// Estimate of a site by pass, origin and the parities counted from the pass's
-// first row and first column (red and blue: row 1, odd column; green: row 2,
-// even column).
-constexpr Estimate EstimateAt(BilinearPass pass, int origin, int row, int column) {
-  if (pass == BilinearPass::kGreen) {
-    // GB and GR: green at the even columns of rows 2, 4, ... and the odd ones of rows 3, 5, ...
-    const bool greenLeads = origin == eOriginGB || origin == eOriginGR;
-    return (row == column) == greenLeads ? Estimate::kDirect : Estimate::kCross;
-  }
-  const SiteTable &table =
-      (pass == BilinearPass::kRed ? kRedSites : kBlueSites)[OriginIndex(origin)];
-  return table.site[2 * row + column];
-}
 
 constexpr Channel ChannelOf(BilinearPass pass) {
   return pass == BilinearPass::kBlue  ? Channel::kBlue
@@ -300,9 +261,20 @@ void PackedBand(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize, const Sa
   });
 }
 
+// The vector body this CPU runs, else the plain passes.
+template <class Record, class Sample>
+void BilinearEntry(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                const PlaneContext &context, const SiteBand &band) {
+  using Fast = void (*)(const SiteFrame<Record, Sample> &, const PlaneLuts &,
+                        const PlaneContext &, const SiteBand &);
+  if (const Fast fast = PickSiteBody<Fast>(frame, context, TAVRIX_SITE_BODIES(BilinearRows)))
+    return fast(frame, luts, context, band);
+  RunBand<BilinearBands>(frame, luts, context, band);
+}
+
 }  // namespace
 
-TAVRIX_DEFINE_BAND_ENTRY(BilinearRows, BilinearBands)
+TAVRIX_DEFINE_SITE_FAST(BilinearRows, BilinearEntry)
 
 void PackedBilinearRows(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize,
                         const std::uint8_t *in, const ISize &inSize, const PlaneLuts &luts,

@@ -22,6 +22,7 @@
 // wrapping modulo 65536. Entries and stored greens enter the helpers as signed
 // 16-bit values.
 #include "bayer/kernels/plane_kernels.h"
+#include "bayer/kernels/simd/site_fast.h"
 #include "bayer/kernels/site_helpers.h"
 #include "bayer/kernels/store_policy.h"
 
@@ -146,9 +147,20 @@ struct Laplacian1Family {
   };
 };
 
+// The vector body this CPU runs, else the plain passes.
+template <class Record, class Sample>
+void Laplacian1Entry(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
+                const PlaneContext &context, const SiteBand &band) {
+  using Fast = void (*)(const SiteFrame<Record, Sample> &, const PlaneLuts &,
+                        const PlaneContext &, const SiteBand &);
+  if (const Fast fast = PickSiteBody<Fast>(frame, context, TAVRIX_SITE_BODIES(Laplacian1Rows)))
+    return fast(frame, luts, context, band);
+  RunBand<Laplacian1Bands>(frame, luts, context, band);
+}
+
 }  // namespace
 
-TAVRIX_DEFINE_BAND_ENTRY(Laplacian1Rows, Laplacian1Bands)
+TAVRIX_DEFINE_SITE_FAST(Laplacian1Rows, Laplacian1Entry)
 
 }  // namespace tavrix::detail
 

@@ -4,7 +4,7 @@
 #include "cpu/dispatch.h"
 
 namespace tavrix::detail {
-#if TAVRIX_SIMD_X86
+#if TAVRIX_SIMD_X86 || TAVRIX_SIMD_NEON
 namespace {
 
 // Above this output size streamed stores measured faster on a 32 MiB-L3 EPYC
@@ -73,6 +73,7 @@ const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args) {
                             : job.variant == PassVariant::k48From16 ? BodyOutput::k48
                                                                       : BodyOutput::k24;
   const Path path = ActivePath();
+#if TAVRIX_SIMD_X86
   if (!job.shapes.clamped && input != BodyInput::kWords && Admits(path, Path::kAvx2) &&
       ByteTablesFor(job, args))
     return LookupBodiesAvx2(input, output);
@@ -82,9 +83,19 @@ const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args) {
   if (Admits(path, Path::kAvx2)) return LineBodiesAvx2(input, output);
   if (Admits(path, Path::kSse41)) return LineBodiesSse41(input, output);
   return nullptr;
+#else
+  // The corrected pass stays with the reference: its vector body works on four
+  // doubles per register (AVX2), NEON holds two, and no ARM machine of ours has
+  // shown that this pays.
+  if (!Admits(path, Path::kNeon) || job.family == LineFamily::kCorrected) return nullptr;
+  if (!job.shapes.clamped && input != BodyInput::kWords && ByteTablesFor(job, args))
+    return LookupBodiesNeon(input, output);
+  if (!ArgsFor(job, input != BodyInput::kWords, args)) return nullptr;
+  return LineBodiesNeon(input, output);
+#endif
 }
 #else
-// No vector bodies for this architecture yet: the reference walks every row.
+// No vector bodies for this architecture: the reference walks every row.
 const RowBody *ChooseLineBodies(const FastPassJob &, VectorLineArgs &) { return nullptr; }
 #endif
 

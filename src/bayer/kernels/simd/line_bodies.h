@@ -49,12 +49,14 @@ const RowBody *LineBodiesSse41(BodyInput input, BodyOutput output);
 const RowBody *LineBodiesAvx2(BodyInput input, BodyOutput output);
 const RowBody *CorrectedBodiesAvx2(BodyInput input, BodyOutput output);
 const RowBody *LookupBodiesAvx2(BodyInput input, BodyOutput output);  // the byte lanes only
+const RowBody *LineBodiesNeon(BodyInput input, BodyOutput output);
+const RowBody *LookupBodiesNeon(BodyInput input, BodyOutput output);  // the byte lanes only
 
 // The bodies of the active path for a job of any family, with their
 // arguments filled in; nullptr when the tables are not clamped offsets, when
 // the lanes cannot hold the shapes, or when the reference path is active.
 // Tables of any curve indexed by bytes (8-bit samples, byte-select) are looked
-// up in registers on AVX2.
+// up in registers on AVX2 and NEON.
 const RowBody *ChooseLineBodies(const FastPassJob &job, VectorLineArgs &args);
 
 }  // namespace tavrix::detail

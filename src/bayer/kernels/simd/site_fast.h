@@ -10,8 +10,13 @@
 
 namespace tavrix::detail {
 
+TAVRIX_SITE_ROWS(BilinearRowsSse41)
+TAVRIX_SITE_ROWS(BilinearRowsAvx2)
+TAVRIX_SITE_ROWS(Laplacian1RowsSse41)
+TAVRIX_SITE_ROWS(Laplacian1RowsAvx2)
 TAVRIX_SITE_ROWS(Laplacian2RowsSse41)
 TAVRIX_SITE_ROWS(Laplacian2RowsAvx2)
+TAVRIX_SITE_ROWS(Laplacian2RowsNeon)
 
 // Defines the five entries of a file as forwarders to Body<Record, Sample>,
 // which lives in the file's anonymous namespace.
@@ -32,7 +37,8 @@ TAVRIX_SITE_ROWS(Laplacian2RowsAvx2)
 // accepts and assigned origins. The bodies gather each site's operands through
 // the tables (or compute clamped-offset ones), so any table contents work.
 template <class Fast, class Frame>
-inline Fast PickSiteBody(const Frame &frame, const PlaneContext &context, Fast sse41, Fast avx2) {
+inline Fast PickSiteBody(const Frame &frame, const PlaneContext &context, Fast sse41, Fast avx2,
+                         Fast neon) {
   const int o = context.origin;
   const bool assigned = o == eOriginGB || o == eOriginGR || o == eOriginBG || o == eOriginRG;
   const bool bayer = frame.width >= 4 && frame.height >= 4 && frame.width % 2 == 0 &&
@@ -41,12 +47,15 @@ inline Fast PickSiteBody(const Frame &frame, const PlaneContext &context, Fast s
   const Path path = ActivePath();
   if (avx2 && Admits(path, Path::kAvx2)) return avx2;
   if (sse41 && Admits(path, Path::kSse41)) return sse41;
+  if (neon && Admits(path, Path::kNeon)) return neon;
   return nullptr;
 }
 #if TAVRIX_SIMD_X86
-#define TAVRIX_SITE_BODIES(Name) Name##Sse41, Name##Avx2
+#define TAVRIX_SITE_BODIES(Name) Name##Sse41, Name##Avx2, nullptr
+#elif TAVRIX_SIMD_NEON
+#define TAVRIX_SITE_BODIES(Name) nullptr, nullptr, Name##Neon
 #else
-#define TAVRIX_SITE_BODIES(Name) nullptr, nullptr
+#define TAVRIX_SITE_BODIES(Name) nullptr, nullptr, nullptr
 #endif
 
 }  // namespace tavrix::detail

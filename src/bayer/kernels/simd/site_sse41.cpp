@@ -3,14 +3,22 @@
 #include <cstdint>
 #include <cstring>
 
+#include "bayer/kernels/bilinear_sites.h"
 #include "bayer/kernels/simd/site_fast.h"
+#include "bayer/kernels/simd/x86_line_bodies.h"
 #include "bayer/table_shape.h"
 
 namespace {
+#define TAVRIX_SITE_VECTOR_STORES 1
 #include "bayer/kernels/simd/site_rows.inc"
+#include "bayer/kernels/simd/x86_site_stores.inc"
+#include "bayer/kernels/simd/bilinear_rows.inc"
+#include "bayer/kernels/simd/laplacian1_rows.inc"
 #include "bayer/kernels/simd/laplacian2_rows.inc"
 }  // namespace
 
 namespace tavrix::detail {
+TAVRIX_DEFINE_SITE_FAST(BilinearRowsSse41, BilinearBand)
+TAVRIX_DEFINE_SITE_FAST(Laplacian1RowsSse41, Laplacian1Band)
 TAVRIX_DEFINE_SITE_FAST(Laplacian2RowsSse41, Laplacian2Band)
 }  // namespace tavrix::detail

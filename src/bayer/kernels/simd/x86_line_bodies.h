@@ -452,7 +452,7 @@ const RowBody *Bodies() {
     return BodyTable<ByteBodies<kInput, kOutput>::template Pick>::kBodies;
 }
 
-const RowBody *X86LineBodies(BodyInput input, BodyOutput output) {
+[[maybe_unused]] const RowBody *X86LineBodies(BodyInput input, BodyOutput output) {
   switch (input) {
     case BodyInput::kBytes:
       if (output == BodyOutput::k24) return Bodies<BodyInput::kBytes, BodyOutput::k24>();
@@ -483,7 +483,7 @@ const RowBody *Lookups() {
   return BodyTable<LookupBodies<kInput, kOutput>::template Pick>::kBodies;
 }
 
-const RowBody *X86LookupBodies(BodyInput input, BodyOutput output) {
+[[maybe_unused]] const RowBody *X86LookupBodies(BodyInput input, BodyOutput output) {
   switch (input) {
     case BodyInput::kBytes:
       if (output == BodyOutput::k24) return Lookups<BodyInput::kBytes, BodyOutput::k24>();
@@ -500,7 +500,7 @@ const RowBody *X86LookupBodies(BodyInput input, BodyOutput output) {
   return nullptr;
 }
 
-const RowBody *X86CorrectedBodies(BodyInput input, BodyOutput output) {
+[[maybe_unused]] const RowBody *X86CorrectedBodies(BodyInput input, BodyOutput output) {
   if (input == BodyInput::kBytes) {
     if (output == BodyOutput::k24) return Corrected<BodyInput::kBytes, BodyOutput::k24>();
     if (output == BodyOutput::k32) return Corrected<BodyInput::kBytes, BodyOutput::k32>();
