@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Regenerates the README gallery (docs/gallery/*.png): the demonstration chart,
 # sampled into an 8-bit BG mosaic, demosaiced by the tavrix tool with each of
-# the four algorithms; one crop of each, where colour edges meet the zone plate.
+# the five algorithms; one crop of each, where colour edges meet the zone plate.
 #
 #   scripts/gallery.sh [BUILD_DIR]      (default: build)
 set -euo pipefail
@@ -16,7 +16,7 @@ trap 'rm -rf "$work"' EXIT
 
 "$build/tools/tavrix_make_chart" "$work/chart.pgm" 1024 768 8 BG
 mkdir -p "$root/docs/gallery"
-for algorithm in fast bilinear laplacian1 laplacian2; do
+for algorithm in fast bilinear laplacian1 laplacian2 directional; do
   "$build/tools/tavrix" demosaic "$work/chart.pgm" "$root/docs/gallery/$algorithm.png" \
     --pattern BG --algorithm "$algorithm" --crop "$crop" --force --quiet
 done

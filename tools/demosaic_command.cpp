@@ -41,7 +41,8 @@ Options:
                            (COLOR_BayerBG2BGR), V4L2 (SRGGB10P, pRAA), GenICam
                            (BayerRG12p), DNG (0112) or dcraw (0x94949494) names;
                            a name with a layout (SRGGB10P) also sets --packing
-  --algorithm NAME         fast | bilinear | laplacian1 | laplacian2 (default fast)
+  --algorithm NAME         fast | bilinear | laplacian1 | laplacian2 | directional
+                           (default fast; directional: best quality, every pixel)
   --output RECORD          bgr24: 8 bits per channel (default for 8-bit samples)
                            bgr48: the sensor's own scale (default for 16-bit samples)
                            bgrx32: 8 bits per channel, the converter's 32-bit record
@@ -121,6 +122,7 @@ enum class WhiteBalance { kDefault, kCamera, kNone, kGains };
 struct Settings {
   SensorFormat sensor;
   eCalculationMode mode = eFastBilinear;
+  bool directional = false;
   bool recordGiven = false;
   Record record = Record::kBgr24;
   int offsets[3] = {0, 0, 0};  // red, green, blue
@@ -145,7 +147,14 @@ Settings ReadSettings(const Arguments &a) {
   Settings s;
   s.sensor = ReadSensorFormat(a);
   if (a.Has("--algorithm"))
-    s.mode = kModes[a.Choice("--algorithm", {"fast", "bilinear", "laplacian1", "laplacian2"})];
+  {
+    const std::size_t k =
+        a.Choice("--algorithm", {"fast", "bilinear", "laplacian1", "laplacian2", "directional"});
+    // The directional algorithm runs through the views interface; the
+    // converter keeps building the tables it needs for white balance gains.
+    s.directional = k == 4;
+    s.mode = s.directional ? eLaplacian1 : kModes[k];
+  }
   if (a.Has("--output")) {
     s.recordGiven = true;
     s.record = Record(a.Choice("--output", {kRecordNames[0], kRecordNames[1], kRecordNames[2]}));
@@ -479,11 +488,12 @@ files::TiffNotes NotesFor(const Settings &s, const files::GreyImage &m, ePattern
                           const Gains &g, const std::optional<files::CameraRaw> &camera,
                           int outputBits) {
   static const char *const kModeNames[] = {"fast", "bilinear", "laplacian1", "laplacian2"};
+  const std::string algorithm = s.directional ? "directional" : kModeNames[int(s.mode) & 3];
   char gains[96];
   std::snprintf(gains, sizeof gains, "%.4g,%.4g,%.4g", g.rgb[0], g.rgb[1], g.rgb[2]);
   files::TiffNotes notes;
   notes.description = "tavrix demosaic: " + std::to_string(m.bits) + "-bit mosaic, pattern " +
-                      NameOf(origin) + ", algorithm " + kModeNames[int(s.mode) & 3] +
+                      NameOf(origin) + ", algorithm " + algorithm +
                       ", white balance gains " + gains + "; " + std::to_string(outputBits) +
                       " significant bits per channel";
   if (camera) {
@@ -494,6 +504,53 @@ files::TiffNotes NotesFor(const Settings &s, const files::GreyImage &m, ePattern
   }
   notes.software = std::string("tavrix ") + TAVRIX_TOOL_VERSION;
   return notes;
+}
+
+// Colour (0 red, 1 green, 2 blue) of site (x, y) under `origin`.
+int SiteColour(ePatternOrigin origin, int x, int y) {
+  const bool redRow = (origin == eOriginGR || origin == eOriginRG) == (y % 2 == 0);
+  const bool greenFirst = (origin == eOriginGB || origin == eOriginGR) == (y % 2 == 0);
+  if ((x % 2 == 0) == greenFirst) return 1;
+  return redRow ? 0 : 2;
+}
+
+// The directional algorithm through tavrix::Demosaic. With white balance
+// gains the samples go through the converter's tables first (offsets and gains
+// as every other algorithm applies them) and the call adds no offsets.
+double ConvertDirectional(CBayerConverter &conv, const Settings &s, Record record,
+                          const files::GreyImage &m, const Gains &gains, std::uint16_t *buffer) {
+  tavrix::DemosaicOptions o;
+  o.origin = conv.GetPatternOrigin();
+  o.algorithm = tavrix::Algorithm::kDirectional;
+  o.bitDepth = m.wide ? m.bits : 0;
+  o.correctColors = s.correct;
+  std::copy(s.matrix.m_matrix, s.matrix.m_matrix + 9, o.matrix.begin());
+  std::vector<std::uint16_t> samples(m.data.begin(), m.data.end());
+  if (!gains.Unity()) {
+    const unsigned short *const tables[3] = {conv.GetRedLUT(), conv.GetGreenLUT(), conv.GetBlueLUT()};
+    for (int y = 0; y < m.height; ++y)
+      for (int x = 0; x < m.width; ++x) {
+        std::uint16_t &v = samples[std::size_t(y) * m.width + x];
+        v = tables[SiteColour(o.origin, x, y)][v];
+      }
+  } else {
+    o.balanceRed = s.offsets[0];
+    o.balanceGreen = s.offsets[1];
+    o.balanceBlue = s.offsets[2];
+  }
+  std::vector<std::uint8_t> narrow;
+  if (!m.wide) narrow.assign(samples.begin(), samples.end());
+  const tavrix::RawView raw = m.wide ? tavrix::RawView::Mono16(samples.data(), m.width, m.height)
+                                     : tavrix::RawView::Mono8(narrow.data(), m.width, m.height);
+  const tavrix::PixelFormat format = record == Record::kBgr24    ? tavrix::PixelFormat::kBgr24
+                                     : record == Record::kBgrx32 ? tavrix::PixelFormat::kBgrx32
+                                                                 : tavrix::PixelFormat::kBgr48;
+  const auto start = std::chrono::steady_clock::now();
+  const tavrix::Status status =
+      tavrix::Demosaic(raw, tavrix::ColorView{buffer, m.width, m.height, 0, format}, o);
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  if (!status.ok()) throw Failure("tavrix::Demosaic", status.message());
+  return took.count();
 }
 
 TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) {
@@ -515,7 +572,8 @@ TaskResult Demosaic(CBayerConverter &conv, const Settings &s, const Task &task) 
   const std::size_t bytes = std::size_t(g.buffer.width) * std::size_t(g.buffer.height) * RecordBytes(record);
   std::vector<std::uint16_t> buffer((bytes + 1) / 2, 0);
   TaskResult result;
-  result.workSeconds = Convert(conv, s, record, mosaic, g.buffer, buffer.data());
+  result.workSeconds = s.directional ? ConvertDirectional(conv, s, record, mosaic, gains, buffer.data())
+                                     : Convert(conv, s, record, mosaic, g.buffer, buffer.data());
   result.pixels = double(mosaic.width) * mosaic.height;
   if (record == Record::kBgr48) ClipToSensorRange(buffer.data(), buffer.size(), mosaic.bits);
 

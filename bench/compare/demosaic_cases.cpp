@@ -147,6 +147,34 @@ void AddDemosaicCases(const Frame &f, Buffers &buffers) {
                      prefix + "memcpy_" + std::to_string(info.outBytes) + "B",
                      prefix + info.name + "/stream"});
     }
+    // The directional algorithm, through the views interface on one thread;
+    // held against OpenCV's VNG, the best peer method here.
+    const std::string directional = prefix + info.name + "/tavrix_directional";
+    AddCase(directional, Unit::kMegapixels, f.Pixels(),
+            [&f, &buffers, info](benchmark::State &state) {
+              tavrix::DemosaicOptions options;
+              options.origin = kFrameOrigin;
+              options.algorithm = tavrix::Algorithm::kDirectional;
+              options.bitDepth = kSensorBits;
+              const tavrix::RawView raw =
+                  info.sixteenIn ? tavrix::RawView::Mono16(f.mosaic16.data(), f.width, f.height)
+                                 : tavrix::RawView::Mono8(f.mosaic8.data(), f.width, f.height);
+              const tavrix::ColorView out{buffers.output.data(), f.width, f.height, 0,
+                                          info.sixteenOut      ? tavrix::PixelFormat::kBgr48
+                                          : info.outBytes == 4 ? tavrix::PixelFormat::kBgrx32
+                                                               : tavrix::PixelFormat::kBgr24};
+              for (auto _ : state) {
+                tavrix::Demosaic(raw, out, options);
+                benchmark::ClobberMemory();
+              }
+            });
+    std::string directionalPeer;
+#if TAVRIX_BENCH_OPENCV
+    directionalPeer = PeerCase(f, entry, eLaplacian2);
+#endif
+    AddComparison({section, std::string(info.name) + " directional", directional, directionalPeer,
+                   prefix + "memcpy_" + std::to_string(info.outBytes) + "B",
+                   prefix + info.name + "/stream"});
     AddCase(prefix + info.name + "/stream", Unit::kMegapixels, f.Pixels(),
             [&f, &buffers, entry](benchmark::State &state) {
               for (auto _ : state) {

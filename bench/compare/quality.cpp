@@ -2,7 +2,9 @@
 // OpenCV method against the photograph the mosaic was sampled from, for each of
 // the four origins, excluding a 4-pixel border.
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <map>
 #include <cstdio>
 #include <sstream>
 
@@ -126,6 +128,24 @@ std::string CheckOpenCvNaming(const std::vector<NamedImage> &images) {
 }
 #endif
 
+// The directional algorithm, which only the tavrix:: interface offers.
+void DirectionalConvert(Entry entry, const Scene &s, ePatternOrigin origin, void *output) {
+  tavrix::DemosaicOptions options;
+  options.origin = origin;
+  options.algorithm = tavrix::Algorithm::kDirectional;
+  options.bitDepth = kSensorBits;
+  const EntryInfo info = Info(entry);
+  const tavrix::RawView raw =
+      info.sixteenIn ? tavrix::RawView::Mono16(s.mosaic16.data(), s.width, s.height)
+                     : tavrix::RawView::Mono8(s.mosaic8.data(), s.width, s.height);
+  const tavrix::PixelFormat format = info.sixteenOut ? tavrix::PixelFormat::kBgr48
+                                     : info.outBytes == 4 ? tavrix::PixelFormat::kBgrx32
+                                                          : tavrix::PixelFormat::kBgr24;
+  tavrix::Demosaic(raw, tavrix::ColorView{output, s.width, s.height,
+                                          std::ptrdiff_t(s.width) * info.outBytes, format},
+                   options);
+}
+
 }  // namespace
 
 std::string QualityTable() {
@@ -140,6 +160,7 @@ std::string QualityTable() {
   };
   std::vector<std::uint8_t> output;
   CBayerConverter converter;
+  std::map<std::string, std::array<double, 3>> perPhoto;  // laplacian1, directional, VNG
   for (const NamedImage &named : images)
     for (int o = 0; o < 4; ++o) {
       const Scene s = Sample(named.image, kOrigins[o]);
@@ -157,7 +178,17 @@ std::string QualityTable() {
                                        s, true)
                              : Measure(output.data(), info.outBytes, s, false);
           row(std::string("Tavrix ") + ModeName(mode) + " " + info.name).Add(p, o);
+          if (mode == eLaplacian1 && entry == Entry::k8To24) perPhoto[named.name][0] += p.pooled / 4;
         }
+      for (Entry entry : kEntries) {
+        const EntryInfo info = Info(entry);
+        DirectionalConvert(entry, s, kOrigins[o], output.data());
+        const Psnr p = info.sixteenOut
+                           ? Measure(reinterpret_cast<const std::uint16_t *>(output.data()), 3, s, true)
+                           : Measure(output.data(), info.outBytes, s, false);
+        row(std::string("Tavrix directional ") + info.name).Add(p, o);
+        if (entry == Entry::k8To24) perPhoto[named.name][1] += p.pooled / 4;
+      }
 #if TAVRIX_BENCH_OPENCV
       for (Entry entry : {Entry::k8To24, Entry::k16To48})
         for (CvMethod method : {CvMethod::kBilinear, CvMethod::kVng, CvMethod::kEdgeAware}) {
@@ -173,9 +204,11 @@ std::string QualityTable() {
           row(std::string("OpenCV ") + CvMethodName(method) + " " + Info(entry).name).Add(p, o);
           // OpenCV 4.6's VNG output lies two rows below its mosaic (row y shows source
           // row y + 2): held against the shifted reference, it shows the method's own quality.
-          if (method == CvMethod::kVng)
-            row("OpenCV VNG 8to24, realigned by 2 rows")
-                .Add(Measure(out.ptr<std::uint8_t>(), 3, s, false, kVngRowShift), o);
+          if (method == CvMethod::kVng) {
+            const Psnr realigned = Measure(out.ptr<std::uint8_t>(), 3, s, false, kVngRowShift);
+            row("OpenCV VNG 8to24, realigned by 2 rows").Add(realigned, o);
+            perPhoto[named.name][2] += realigned.pooled / 4;
+          }
         }
 #endif
     }
@@ -193,6 +226,12 @@ std::string QualityTable() {
     for (int o = 0; o < 4; ++o) out << " | " << Db(r.byOrigin[o], r.countByOrigin[o]);
     out << " |\n";
   }
+  out << "\nPer photograph (8to24, pooled, mean over the four origins):\n\n"
+      << "| photograph | Tavrix laplacian1 | Tavrix directional | OpenCV VNG realigned |\n"
+      << "|---|---:|---:|---:|\n";
+  for (const auto &photo : perPhoto)
+    out << "| " << photo.first << " | " << Db(photo.second[0], 1) << " | "
+        << Db(photo.second[1], 1) << " | " << Db(photo.second[2], 1) << " |\n";
   out << "\nPhotographs:";
   for (const NamedImage &named : images)
     out << " " << named.name << " (" << named.image.width << "x" << named.image.height << ")";

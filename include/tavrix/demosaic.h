@@ -31,6 +31,11 @@ enum class Algorithm : int {
   kBilinear = 1,      // per-site bilinear averages
   kLaplacian1 = 2,    // bilinear plus a first-order Laplacian correction
   kLaplacian2 = 3,    // direction-selecting second-order Laplacian
+  // Edge-directed interpolation steered by local vertical/horizontal and
+  // diagonal discrimination, with colour-difference refinement: the best
+  // quality here, every pixel written (the frame's edges mirrored). Values on
+  // the sensor's scale, rounded; 16-bit samples read whole; sampleFactor ignored.
+  kDirectional = 16,
 };
 
 // Which bits of a 16-bit sample the fast pass to 32-bit output reads.

@@ -43,7 +43,8 @@ const Named<tavrix::Algorithm> kAlgorithms[] = {
     {"fast", tavrix::Algorithm::kFastBilinear},
     {"bilinear", tavrix::Algorithm::kBilinear},
     {"laplacian1", tavrix::Algorithm::kLaplacian1},
-    {"laplacian2", tavrix::Algorithm::kLaplacian2}};
+    {"laplacian2", tavrix::Algorithm::kLaplacian2},
+    {"directional", tavrix::Algorithm::kDirectional}};
 
 const Named<tavrix::PixelFormat> kOutputs[] = {{"bgr24", tavrix::PixelFormat::kBgr24},
                                                {"bgrx32", tavrix::PixelFormat::kBgrx32},
@@ -447,7 +448,8 @@ raw: (height, width) uint8 or uint16 array of samples, right-aligned; rows may
 pattern: the Bayer phase: 'GB', 'GR', 'BG', 'RG' (row 0's colours), 'RGGB',
   OpenCV ('COLOR_BayerBG2BGR'), V4L2 ('SRGGB10P'), GenICam ('BayerRG12p'), DNG
   ('0112') or dcraw ('0x94949494') names, or an origin number (1, 2, 4, 8).
-algorithm: 'fast', 'bilinear', 'laplacian1' or 'laplacian2'.
+algorithm: 'fast', 'bilinear', 'laplacian1', 'laplacian2' or 'directional'
+  (the best quality; every pixel written).
 bits: significant bits of uint16 samples (8..16); 0 means 16.
 output: 'bgr24' -> (H, W, 3) uint8, 'bgrx32' -> (H, W, 4) uint8, 'bgr48' ->
   (H, W, 3) uint16 on the sensor's scale; default bgr24 for uint8, bgr48 for uint16.
@@ -511,7 +513,8 @@ stride: bytes between row starts in the buffer; 0 for packed rows.)");
 'packing': layout or None, 'bits': bits or 0}.)");
 
   m.def("hardware_threads", &tavrix::HardwareThreads, "The number of hardware threads.");
-  m.attr("ALGORITHMS") = py::make_tuple("fast", "bilinear", "laplacian1", "laplacian2");
+  m.attr("ALGORITHMS") =
+      py::make_tuple("fast", "bilinear", "laplacian1", "laplacian2", "directional");
   m.attr("ESTIMATORS") = py::make_tuple("grayworld", "whiteworld", "scalebymax",
                                         "meanequalization", "stddev", "meanstddev");
   m.attr("CODECS") = py::make_tuple("huffman", "lz77", "rle");

@@ -3,7 +3,7 @@ from typing import Literal, Optional, Sequence, Tuple, TypedDict, Union
 import numpy as np
 import numpy.typing as npt
 
-Algorithm = Literal["fast", "bilinear", "laplacian1", "laplacian2"]
+Algorithm = Literal["fast", "bilinear", "laplacian1", "laplacian2", "directional"]
 Output = Literal["", "bgr24", "bgrx32", "bgr48"]
 Estimator = Literal["grayworld", "whiteworld", "scalebymax", "meanequalization", "stddev",
                     "meanstddev"]

@@ -42,7 +42,8 @@ bool ValidOrigin(int origin) {
 
 bool ValidAlgorithm(Algorithm a) {
   return a == Algorithm::kFastBilinear || a == Algorithm::kBilinear ||
-         a == Algorithm::kLaplacian1 || a == Algorithm::kLaplacian2;
+         a == Algorithm::kLaplacian1 || a == Algorithm::kLaplacian2 ||
+         a == Algorithm::kDirectional;
 }
 
 
@@ -91,6 +92,8 @@ int HaloRows(Algorithm algorithm) {
     case Algorithm::kLaplacian1: return 4;
     // Two unwritten edge rows; passes 2 and 3 read stored values one row away.
     case Algorithm::kLaplacian2: return 4;
+    // Runs on whole frames of its own (directional_run.cpp); no halo bands.
+    case Algorithm::kDirectional: return 0;
   }
   return 8;
 }
@@ -116,7 +119,7 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
                   Format("origin %d is none of 1 (GB), 2 (GR), 4 (BG), 8 (RG)", int(o.origin)));
   if (!ValidAlgorithm(o.algorithm))
     return Status(StatusCode::kInvalidOption,
-                  Format("algorithm %d is not one of 0..3", int(o.algorithm)));
+                  Format("algorithm %d is not one of 0..3, 16", int(o.algorithm)));
   // Unset: the depth a sensor layout fixes, or the sample width.
   const int fixedBits = raw.Unpacks() ? PackingFixedBits(raw.packing) : 0;
   const int depth = !wide ? 8 : o.bitDepth != 0 ? o.bitDepth : fixedBits != 0 ? fixedBits : 16;
@@ -127,6 +130,8 @@ Status CheckDemosaic(const RawView &raw, const ColorView &out, const DemosaicOpt
   if (bytes != int(SampleBytes::kWhole) && bytes != int(SampleBytes::kHighByte) &&
       bytes != int(SampleBytes::kLowByte))
     return Status(StatusCode::kInvalidOption, Format("sample bytes %d is none of 100, 112, 114", bytes));
+  if (o.sampleBytes != SampleBytes::kWhole && o.algorithm == Algorithm::kDirectional)
+    return Status(StatusCode::kUnsupported, "the directional algorithm reads whole samples");
   if (o.sampleBytes != SampleBytes::kWhole && !(wide && bgrx))
     return Status(StatusCode::kUnsupported,
                   "one byte of each sample is read only from 16-bit samples into 32-bit pixels");
@@ -406,6 +411,7 @@ TableKey KeyFor(const DemosaicPlan &p) {
 }  // namespace
 
 void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRows) {
+  if (p.options.algorithm == Algorithm::kDirectional) return RunDirectional(p, parallel);
   const std::size_t sampleBytes = BytesPerSample(p.raw.type);
   const std::size_t pixelBytes = BytesPerPixel(p.output.format);
   // In place needs packed rows of the input's width and samples the kernels may read as such.

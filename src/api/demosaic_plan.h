@@ -30,6 +30,10 @@ int HaloRows(Algorithm algorithm);
 // output rows through scratch, with 0 for the normal choice).
 void RunDemosaic(const DemosaicPlan &plan, const Parallelism &parallel, int chunkRows);
 
+// The directional algorithm, which needs no converter: whole frames in bands of
+// rows, one per task (directional_run.cpp).
+void RunDirectional(const DemosaicPlan &plan, const Parallelism &parallel);
+
 }  // namespace tavrix::detail
 
 #endif

@@ -10,7 +10,7 @@ import pytest
 import tavrix
 
 ORIGINS = {"GB": 1, "GR": 2, "BG": 4, "RG": 8}
-ALGORITHMS = {"fast": 0, "bilinear": 1, "laplacian1": 2, "laplacian2": 3}
+ALGORITHMS = {"fast": 0, "bilinear": 1, "laplacian1": 2, "laplacian2": 3, "directional": 16}
 FORMATS = {"bgr24": 24, "bgrx32": 32, "bgr48": 48}
 
 

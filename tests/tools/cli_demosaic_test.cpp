@@ -320,7 +320,7 @@ TEST_F(DemosaicTest, BadInputIsRefusedWithItsReason) {
       {"demosaic good.pgm out.jpg", "out.jpg", "unknown image type: name it .png, .tiff, .ppm or .pam"},
       {"demosaic good.pgm nowhere/out.ppm", "nowhere/out.ppm", "folder nowhere does not exist"},
       {"demosaic good.pgm out.ppm --pattern XY", "demosaic", "--pattern: unknown Bayer pattern name \"XY\""},
-      {"demosaic good.pgm out.ppm --algorithm best", "demosaic", "--algorithm best: expected fast, bilinear, laplacian1 or laplacian2"},
+      {"demosaic good.pgm out.ppm --algorithm best", "demosaic", "--algorithm best: expected fast, bilinear, laplacian1, laplacian2 or directional"},
       {"demosaic good.pgm out.ppm --output rgb", "demosaic", "--output rgb: expected bgr24, bgrx32 or bgr48"},
       {"demosaic good.pgm out.ppm --auto-balance magic", "demosaic", "--auto-balance magic: expected grayworld"},
       {"demosaic good.pgm out.ppm --balance 1,2", "demosaic", "--balance 1,2: expected 3 comma-separated whole numbers from -255 to 255"},

@@ -16,6 +16,8 @@ TAVRIX_SITE_ROWS(Laplacian1RowsSse41)
 TAVRIX_SITE_ROWS(Laplacian1RowsAvx2)
 TAVRIX_SITE_ROWS(Laplacian2RowsSse41)
 TAVRIX_SITE_ROWS(Laplacian2RowsAvx2)
+TAVRIX_SITE_ROWS(BilinearRowsNeon)
+TAVRIX_SITE_ROWS(Laplacian1RowsNeon)
 TAVRIX_SITE_ROWS(Laplacian2RowsNeon)
 
 // Defines the five entries of a file as forwarders to Body<Record, Sample>,

@@ -4,14 +4,19 @@
 #include <cstdint>
 #include <cstring>
 
+#include "bayer/kernels/bilinear_sites.h"
 #include "bayer/kernels/simd/site_fast.h"
 #include "bayer/table_shape.h"
 
 namespace {
 #include "bayer/kernels/simd/site_rows.inc"
+#include "bayer/kernels/simd/bilinear_rows.inc"
+#include "bayer/kernels/simd/laplacian1_rows.inc"
 #include "bayer/kernels/simd/laplacian2_rows.inc"
 }  // namespace
 
 namespace tavrix::detail {
+TAVRIX_DEFINE_SITE_FAST(BilinearRowsNeon, BilinearBand)
+TAVRIX_DEFINE_SITE_FAST(Laplacian1RowsNeon, Laplacian1Band)
 TAVRIX_DEFINE_SITE_FAST(Laplacian2RowsNeon, Laplacian2Band)
 }  // namespace tavrix::detail
