@@ -131,6 +131,40 @@ BENCHMARK(BM_DemosaicLayout)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
 
+// The decimating per-site bilinear walk: 16-bit samples to 32-bit pixels, origin
+// GR (every pass counts positions), every second site of every second row into
+// an output of the input's size. range(0): shape (packed or padded), range(1): threads.
+void BM_DecimatedBilinear(benchmark::State &state) {
+  const bool padded = state.range(0) == kPadded;
+  const std::size_t inRow = kWidth * 2, outRow = kWidth * 4;
+  const std::size_t inStride = inRow + (padded ? kPadBytes : 0);
+  const std::size_t outStride = outRow + (padded ? kPadBytes : 0);
+  std::vector<unsigned char> in(inStride * kHeight), out(outStride * kHeight);
+  for (int r = 0; r < kHeight; ++r)
+    std::memcpy(&in[r * inStride], &TheFrames().sixteen[std::size_t(r) * kWidth], inRow);
+  tavrix::DemosaicOptions o;
+  o.origin = eOriginGR;
+  o.algorithm = tavrix::Algorithm::kBilinear;
+  o.bitDepth = 12;
+  o.sampleFactor = 2;
+  o.parallel.threads = int(state.range(1));
+  const tavrix::RawView raw{in.data(), kWidth, kHeight, std::ptrdiff_t(inStride),
+                            tavrix::SampleType::kMono16};
+  const tavrix::ColorView view(out.data(), kWidth, kHeight, std::ptrdiff_t(outStride),
+                               tavrix::PixelFormat::kBgrx32);
+  for (auto _ : state) {
+    if (!tavrix::Demosaic(raw, view, o).ok()) state.SkipWithError("refused");
+    benchmark::DoNotOptimize(out.data());
+  }
+  state.counters["Mpix/s"] =
+      benchmark::Counter(double(kPixels) * state.iterations() / 1e6, benchmark::Counter::kIsRate);
+}
+BENCHMARK(BM_DecimatedBilinear)
+    ->ArgNames({"shape", "threads"})
+    ->ArgsProduct({{kPacked, kPadded}, {1, 2}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+
 constexpr int kApply = 6;  // range(0) past the six estimators: the apply pass
 
 // range(0): estimator 0..5 or kApply, range(1): output (the image's layout), range(2): shape,

@@ -366,11 +366,23 @@ int DefaultChunkRows(const DemosaicPlan &p) {
 
 bool IsAligned(const void *p, std::size_t n) { return reinterpret_cast<std::uintptr_t>(p) % n == 0; }
 
-// Runs a frame that walks packed pixels (decimated 32-bit output) in one call,
-// through full-size scratch when a view is padded.
-void RunWhole(const DemosaicPlan &p, CachedConverter &slot, bool packed) {
+// Runs a frame that walks packed pixels (decimated 32-bit output), through
+// full-size scratch when a view is padded: the per-site bilinear walk in bands
+// on threads, the fast pass in one call.
+void RunWhole(const DemosaicPlan &p, CachedConverter &slot, bool packed,
+              const Parallelism &parallel) {
   const ISize in{p.raw.width, p.raw.height}, out{p.output.width, p.output.height};
-  if (packed) return ConvertFrame(slot, p, p.raw.data, in, p.output.data, out);
+  const bool banded = p.options.algorithm == Algorithm::kBilinear && TaskCount(parallel) > 1 &&
+                      p.raw.height > 2;
+  auto convert = [&](const void *from, void *to) {
+    if (!banded) return ConvertFrame(slot, p, from, in, to, out);
+    // A call the entry point refuses refreshes the tables without touching a pixel.
+    const std::uint16_t nothing[4] = {};
+    std::uint16_t none[12];
+    ConvertFrame(slot, p, nothing, ISize{2, 2}, none, ISize{2, 2});
+    RunPackedBilinear(p, slot, from, to, parallel);
+  };
+  if (packed) return convert(p.raw.data, p.output.data);
   const std::size_t inRow = std::size_t(in.width) * BytesPerSample(p.raw.type);
   const std::size_t outRow = std::size_t(out.width) * BytesPerPixel(p.output.format);
   std::vector<std::uint16_t> inBuf((inRow * in.height + 1) / 2), outBuf((outRow * out.height + 1) / 2);
@@ -381,7 +393,7 @@ void RunWhole(const DemosaicPlan &p, CachedConverter &slot, bool packed) {
   for (int r = 0; r < in.height; ++r) CopyRawRow(p, raw + std::ptrdiff_t(r) * p.raw.Stride(), ib + r * inRow);
   for (int r = 0; r < out.height; ++r)
     std::memcpy(ob + r * outRow, dst + std::ptrdiff_t(r) * p.output.Stride(), outRow);
-  ConvertFrame(slot, p, ib, in, ob, out);
+  convert(ib, ob);
   for (int r = 0; r < out.height; ++r)
     std::memcpy(dst + std::ptrdiff_t(r) * p.output.Stride(), ob + r * outRow, outRow);
 }
@@ -425,7 +437,7 @@ void RunDemosaic(const DemosaicPlan &p, const Parallelism &parallel, int chunkRo
   }
   const bool direct = RunsDirect(p);
   if (p.decimates && !direct)
-    return convert([&](CachedConverter &slot) { RunWhole(p, slot, packed); });
+    return convert([&](CachedConverter &slot) { RunWhole(p, slot, packed, parallel); });
   // Chunks of a sensor layout are the windows it is unpacked in.
   if (direct && (chunkRows == 0 || p.decimates || p.raw.Unpacks())) {
     return convert([&](CachedConverter &slot) {

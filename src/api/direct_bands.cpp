@@ -353,10 +353,46 @@ void RunSites(const DemosaicPlan &p, const CachedConverter &slot, const Settings
 
 }  // namespace
 
+void RunPackedBilinear(const DemosaicPlan &p, const CachedConverter &slot, const void *in,
+                       void *out, const Parallelism &parallel) {
+  using BGRx = CBayerConverter::BGRxTRIPLE;
+  CBayerConverter &c = const_cast<CBayerConverter &>(slot.converter);  // tables only read
+  const DemosaicOptions &o = p.options;
+  const ISize inSize{p.raw.width, p.raw.height}, outSize{p.output.width, p.output.height};
+  const PlaneLuts luts{c.GetBlueLUT(), c.GetGreenLUT(), c.GetRedLUT()};
+  // The per-site passes work on the sensor's scale (no output shift); no thresholds.
+  const PlaneContext context{o.origin, 0, p.bitDepth - 8, p.bitDepth, o.sampleFactor, nullptr};
+  auto *pixels = static_cast<BGRx *>(out);
+  const int tasks = std::max(1, std::min(TaskCount(parallel), inSize.height / 2));
+  const std::vector<int> cuts = Cuts(inSize.height, tasks);
+  for (int stage = 0; stage < kPackedBilinearStages; ++stage)
+    RunTasks(parallel, tasks, [&](int k) {
+      const SiteBand band{cuts[k], cuts[k + 1], stage, stage + 1};
+      if (p.raw.type == SampleType::kMono8)
+        PackedBilinearRows(pixels, outSize, static_cast<const std::uint8_t *>(in), inSize, luts,
+                           context, band);
+      else
+        PackedBilinearRows(pixels, outSize, static_cast<const std::uint16_t *>(in), inSize, luts,
+                           context, band);
+    });
+  if (!o.correctColors) return;
+  // The 32-bit output is corrected over the output's size.
+  const std::vector<int> rows = Cuts(outSize.height, tasks);
+  RunTasks(parallel, tasks, [&](int k) {
+    const double *m = o.matrix.data();
+    ForEachPixel(pixels + std::ptrdiff_t(rows[k]) * outSize.width,
+                 ISize{outSize.width, rows[k + 1] - rows[k]}, [=](BGRx *px) {
+                   CorrectBytes(px, m);
+                   px->rgbtReserved = 0;
+                 });
+  });
+}
+
 bool RunsDirect(const DemosaicPlan &p) {
-  // The decimating per-site walks count positions across rows, and the
-  // corrected fast pass writes rows longer than the output's: whole frames only.
-  // A decimating pass places its rows by their number in the frame: not on sub-frames.
+  // The decimating per-site walk stores into the converter's packed layout
+  // (RunPackedBilinear), and the corrected fast pass writes rows longer than the
+  // output's: whole frames only. A decimating pass places its rows by their
+  // number in the frame: not on sub-frames.
   if (p.decimates && (p.raw.Unpacks() || p.options.algorithm != Algorithm::kFastBilinear ||
                       (p.options.correctColors && p.format == 100)))
     return false;

@@ -20,6 +20,13 @@ bool RunsDirect(const DemosaicPlan &plan);
 void RunDirect(const DemosaicPlan &plan, const CachedConverter &slot, const Parallelism &parallel,
                int chunkRows);
 
+// The 32-bit per-site bilinear walk of a decimating plan on packed buffers (the
+// output's and the input's own, or scratch copies), in bands of rows, pass
+// after pass; then the correction in bands of output rows. `slot`'s tables as
+// for RunDirect.
+void RunPackedBilinear(const DemosaicPlan &plan, const CachedConverter &slot, const void *in,
+                       void *out, const Parallelism &parallel);
+
 }  // namespace tavrix::detail
 
 #endif

@@ -182,6 +182,34 @@ TEST(Demosaic, BandsAndThreadsGiveTheBytesOfOneThread) {
       }
 }
 
+TEST(Demosaic, DecimatingBilinearBandsAndThreadsGiveTheBytesOfOneThread) {
+  // The per-site walk counts positions across rows: each band must find the
+  // count of the rows above it. Heights give uneven bands and single row pairs.
+  struct Size {
+    int width, height;
+  };
+  const Size sizes[] = {{10, 6}, {14, 22}, {22, 18}};
+  for (const Combo &c : {kCombos[1], kCombos[3]})
+    for (ePatternOrigin origin : kOrigins)
+      for (int factor = 2; factor <= 5; ++factor)
+        for (const Size &size : sizes) {
+          SCOPED_TRACE(std::string(c.name) + " origin " + std::to_string(origin) + " factor " +
+                       std::to_string(factor) + " " + std::to_string(size.width) + "x" +
+                       std::to_string(size.height));
+          const Frame f(c, size.width, size.height, std::uint32_t(size.height * 7 + factor));
+          DemosaicOptions o = Busy(Algorithm::kBilinear, origin, c.type, factor % 2 == 0);
+          o.sampleFactor = factor;
+          const Bytes one = f.Views(o, 0);
+          EXPECT_EQ(one, f.Class(o));
+          for (int threads = 2; threads <= 8; ++threads) {
+            o.parallel.threads = threads;
+            EXPECT_EQ(f.Views(o, threads % 2 == 0 ? 0 : 3), one) << threads << " threads";
+          }
+          o.parallel.executor = ReversedThreads;
+          EXPECT_EQ(f.Views(o, 0), one) << "executor";
+        }
+}
+
 // A frame in a sensor layout, and the class conversion of its unpacked samples.
 struct LayoutFrame {
   LayoutFrame(tavrix::Packing packing, int bits, int w, int h, std::uint32_t seed)

@@ -25,6 +25,8 @@
 //                   is stored, packed (rows with r mod f != 0 are not visited).
 //
 // Samples index the tables unsigned, 16-bit ones included.
+#include <algorithm>
+
 #include "bayer/kernels/bilinear_sites.h"
 #include "bayer/kernels/plane_kernels.h"
 #include "bayer/kernels/simd/site_fast.h"
@@ -113,10 +115,12 @@ struct SitePass {
     });
   }
 
+  // Rows [firstRow, lastRow) of the converter's frame.
   static void Full(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                   const std::uint16_t *lut, const Math &math) {
+                   const std::uint16_t *lut, const Math &math, int firstRow, int lastRow) {
     const SiteFrame<Record, Sample> frame = ConverterFrame<kMargin>(out, outSize, in, inSize);
-    for (int r = 0; r < frame.height; ++r) Row(frame, r, lut, math);
+    for (int r = std::max(firstRow, 0); r < std::min(lastRow, frame.height); ++r)
+      Row(frame, r, lut, math);
   }
 
   // Every factor-th position at stride `step` from p, packed at stride `outStep`.
@@ -142,19 +146,27 @@ struct SitePass {
   // across those rows, every f-th one stored, packed; 2 * margin pixels skipped
   // after each visited row. A stored position's column parity is fixed along
   // a row for even f and alternates for odd f, so each row is stored as one or
-  // two strided runs of a fixed site kind.
+  // two strided runs of a fixed site kind. Only rows [firstRow, lastRow) are
+  // stored; the rows above advance the counters by arithmetic alone, so a band
+  // stores exactly what the whole walk stores in its rows.
   static void Decimated(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
-                        const std::uint16_t *lut, const Math &math, int factor) {
+                        const std::uint16_t *lut, const Math &math, int factor, int firstRow,
+                        int lastRow) {
     const std::ptrdiff_t w = inSize.width;
     const std::int64_t f = factor;
     const std::int64_t perRow = w - 2 * kMargin;
     if (perRow <= 0 || f < 1) return;
-    Record *o = out + kMargin * (std::ptrdiff_t(outSize.width) + 1);
+    // Index of the next pixel to store (a pointer would run past the output
+    // after the last row).
+    std::int64_t at = kMargin * (std::int64_t(outSize.width) + 1);
     std::int64_t first = 0;  // offset in the row of the next position to store
-    for (std::ptrdiff_t r = kMargin; r <= std::ptrdiff_t(inSize.height) - 1 - kMargin; ++r) {
+    const std::ptrdiff_t lastVisited =
+        std::min<std::ptrdiff_t>(inSize.height - 1 - kMargin, std::ptrdiff_t(lastRow) - 1);
+    for (std::ptrdiff_t r = kMargin; r <= lastVisited; ++r) {
       if (r % f != 0) continue;
       const std::int64_t count = first < perRow ? (perRow - 1 - first) / f + 1 : 0;
-      if (count > 0) {
+      if (count > 0 && r >= firstRow) {
+        Record *o = out + at;
         const Sample *p = in + r * w + kMargin + first;
         const bool rowB = (r - kMargin) % 2 != 0;
         const bool odd = first % 2 != 0;
@@ -166,20 +178,25 @@ struct SitePass {
         if (alternates && count > 1)
           (rowB ? StridedRow<1> : StridedRow<0>)(o + 1, p + f, count / 2, step, outStep, !odd, w,
                                                  lut, math);
-        o += count;
       }
+      at += count + 2 * kMargin;
       first += count * f - perRow;
-      o += 2 * kMargin;
     }
+  }
+
+  static void Rows(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
+                   const std::uint16_t *lut, const PlaneContext &context, int firstRow,
+                   int lastRow) {
+    const Math math(context.outputShift);
+    if (kMarks && context.sampleFactor != 1)
+      Decimated(out, outSize, in, inSize, lut, math, context.sampleFactor, firstRow, lastRow);
+    else
+      Full(out, outSize, in, inSize, lut, math, firstRow, lastRow);
   }
 
   static void Run(Record *out, const ISize &outSize, const Sample *in, const ISize &inSize,
                   const std::uint16_t *lut, const PlaneContext &context) {
-    const Math math(context.outputShift);
-    if (kMarks && context.sampleFactor != 1)
-      Decimated(out, outSize, in, inSize, lut, math, context.sampleFactor);
-    else
-      Full(out, outSize, in, inSize, lut, math);
+    Rows(out, outSize, in, inSize, lut, context, 0, inSize.height);
   }
 };
 
@@ -217,6 +234,33 @@ struct BilinearBands {
   using Pass = BilinearBand<kOrigin, Record, Sample>;
 };
 
+// The three passes in the converter's layout, one stage each (blue, red, green).
+template <class Sample>
+void PackedBand(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize, const Sample *in,
+                const ISize &inSize, const PlaneLuts &luts, const PlaneContext &context,
+                const SiteBand &band) {
+  using Record = CBayerConverter::BGRxTRIPLE;
+  if (!IsBayerFrame(inSize) || !IsBayerFrame(outSize) || context.sampleFactor < 1 ||
+      !BilinearWalksFit(outSize, inSize, context.sampleFactor, context.origin,
+                        std::is_same<Sample, std::uint16_t>::value))
+    return;
+  WithOrigin(context.origin, [&](auto origin) {
+    constexpr int kOrigin = decltype(origin)::value;
+    for (int stage = std::max(band.firstStage, 0);
+         stage < std::min(band.lastStage, kPackedBilinearStages); ++stage) {
+      if (stage == 0)
+        SitePass<BilinearPass::kBlue, kOrigin, Record, Sample>::Rows(
+            out, outSize, in, inSize, luts.blue, context, band.firstRow, band.lastRow);
+      else if (stage == 1)
+        SitePass<BilinearPass::kRed, kOrigin, Record, Sample>::Rows(
+            out, outSize, in, inSize, luts.red, context, band.firstRow, band.lastRow);
+      else
+        SitePass<BilinearPass::kGreen, kOrigin, Record, Sample>::Rows(
+            out, outSize, in, inSize, luts.green, context, band.firstRow, band.lastRow);
+    }
+  });
+}
+
 // The vector body this CPU runs, else the plain passes.
 template <class Record, class Sample>
 void BilinearEntry(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts,
@@ -231,6 +275,17 @@ void BilinearEntry(const SiteFrame<Record, Sample> &frame, const PlaneLuts &luts
 }  // namespace
 
 TAVRIX_DEFINE_SITE_FAST(BilinearRows, BilinearEntry)
+
+void PackedBilinearRows(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize,
+                        const std::uint8_t *in, const ISize &inSize, const PlaneLuts &luts,
+                        const PlaneContext &context, const SiteBand &band) {
+  PackedBand(out, outSize, in, inSize, luts, context, band);
+}
+void PackedBilinearRows(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize,
+                        const std::uint16_t *in, const ISize &inSize, const PlaneLuts &luts,
+                        const PlaneContext &context, const SiteBand &band) {
+  PackedBand(out, outSize, in, inSize, luts, context, band);
+}
 
 }  // namespace tavrix::detail
 

@@ -38,11 +38,9 @@
 // 2 .. size-3 (everything else); the Laplacians read the border the caller
 // left in `out`, as the converter does.
 //
-// Decimation is not done here: the 32-bit bilinear walks that store every
-// sample-factor-th position through a counter running across rows stay in the
-// converter's whole-frame passes (a band would need the counter of every row
-// above it). These entries write every site, whatever `sampleFactor` holds,
-// and zero the fourth byte where the converter's factor-1 walk does.
+// These entries write every site, whatever `sampleFactor` holds, and zero the
+// fourth byte where the converter's factor-1 walk does. Decimation has its own
+// entry, PackedBilinearRows below.
 #ifndef TAVRIX_SRC_BAYER_KERNELS_SITE_PASS_H
 #define TAVRIX_SRC_BAYER_KERNELS_SITE_PASS_H
 
@@ -114,6 +112,26 @@ TAVRIX_SITE_ROWS(BilinearRows)
 TAVRIX_SITE_ROWS(Laplacian1Rows)
 TAVRIX_SITE_ROWS(Laplacian2Rows)
 // TAVRIX_SITE_ROWS stays defined: the vector bodies declare their entries with it.
+
+// The converter's 32-bit bilinear passes in its own packed layout, for any
+// sample factor: a decimating pass counts positions across the rows it visits
+// and stores every sampleFactor-th one packed into the output; a pass that does
+// not decimate writes pixel (r, c) of site (r, c) at the converter's offsets
+// (ConverterFrame). Stage k is pass k (blue, red, green); each writes its own
+// channel and reads only the mosaic. A band [firstRow, lastRow) of input rows
+// stores what the whole walk stores for those rows: it finds the counters at
+// firstRow by arithmetic over the rows above (no pixel work), so bands of one
+// stage are independent and may run at the same time in any order. Different
+// stages zero the same fourth bytes, so let one stage finish before the next
+// starts (or run all stages in one call). Sizes and factor as the converter
+// accepts them (BilinearWalksFit); otherwise nothing is written.
+constexpr int kPackedBilinearStages = 3;
+void PackedBilinearRows(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize,
+                        const std::uint8_t *in, const ISize &inSize, const PlaneLuts &luts,
+                        const PlaneContext &context, const SiteBand &band);
+void PackedBilinearRows(CBayerConverter::BGRxTRIPLE *out, const ISize &outSize,
+                        const std::uint16_t *in, const ISize &inSize, const PlaneLuts &luts,
+                        const PlaneContext &context, const SiteBand &band);
 
 }  // namespace tavrix::detail
 
