@@ -37,9 +37,10 @@ Scene MakeScene(int width, int height, int bits, std::size_t pixelBytes, std::ui
                 bool callerTables) {
   std::mt19937 rng(seed);
   Scene s{width, height, bits, {}, {}, {}, {0, 69, 170, 250, 255}, {}};
-  // The converter's clamped offsets: negative, positive, and saturating ones.
+  // The converter's clamped offsets: negative, positive, and saturating ones;
+  // the green one also shifted.
   const std::int32_t max = (1 << bits) - 1, scale = 1 << (bits - 8);
-  s.shapes = {!callerTables, {-7 * scale, max, 0}, {5 * scale, max, 0}, {200 * scale, max, 0}};
+  s.shapes = {!callerTables, {-7 * scale, max, 0}, {5 * scale, max, 1}, {200 * scale, max, 0}};
   const ClampedOffset *shapeOf[3] = {&s.shapes.blue, &s.shapes.green, &s.shapes.red};
   s.samples.resize(std::size_t(width) * height);
   // Samples over the whole reach (16-bit ones at 32768 and above too).
