@@ -158,6 +158,7 @@ constexpr uint32_t kTopKey = 8;                           // bytes of the long-m
 constexpr uint64_t kRunKeyFactor = 0x0101010101010101ull; // a key of one repeated byte
 constexpr uint32_t kShortWindow = 127; // the farthest a match of 4 is emitted from
 constexpr uint32_t kPrefetchAhead = 16; // positions; covers the memory latency here
+constexpr uint32_t kWalkPrefetch = 4;   // bucket entries a walk loads ahead
 // Longest period handled in closed form. Periodic frames in practice are flat
 // mosaics (period 2, or twice the row length for 2x2 colour cells in rows that
 // repeat); longer periods fall back to the chain walk, which stays exact.
@@ -201,12 +202,12 @@ public:
   // the literal search keeps its links), the 6- and 8-byte chains, the heads.
   FastSearch(const uint8_t *input, uint32_t n, uint32_t *table)
       : in_(input), n_(n), chain5_(table + kHashHeads), chain6_(chain5_ + n),
-        chain8_(chain6_ + n) {
-    uint32_t *heads = chain8_ + n;
+        order_(chain6_ + n), from_(order_ + n), bucketEnds_(from_ + n) {
+    uint32_t *heads = order_; // the 2n entries of order_ and from_, free until BuildTopOrder
     const unsigned bits = Lz77HeadBits(n);
     BuildChain<5>(in_, n, chain5_, heads, bits);
     BuildChain<6>(in_, n, chain6_, heads, bits);
-    BuildTopChain(heads, bits);
+    BuildTopOrder();
     std::fill(nearHeads_, nearHeads_ + (1u << kNearHashBits), kNoPosition);
   }
 
@@ -235,12 +236,15 @@ private:
   // The first candidate of each chain at position p, its bytes and its link.
   void PrefetchWalks(uint32_t p) const {
     if (p + kTopKey > n_) return;
-    for (const uint32_t *chain : {chain5_, chain6_, chain8_}) {
+    for (const uint32_t *chain : {chain5_, chain6_}) {
       const uint32_t c = chain[p];
       if (c == kNoPosition) continue;
       Prefetch(in_ + c);
       Prefetch(chain + c);
     }
+    const uint32_t k = from_[p];
+    Prefetch(order_ + (k > 0 ? k - 1 : 0));
+    Prefetch(bucketEnds_ + BucketOf(Load64(in_ + p)) - 1);
   }
 
   // Candidates of value 6 or 7 (none is worth 8 or more here).
@@ -288,61 +292,89 @@ private:
     }
   }
 
-  // ---- values of 8 or more: the 8-byte chain -----------------------------------------
-  // A run of equal bytes is one chain block: its interior positions link straight to
-  // the run's first position, and in a block only one candidate can be the best. In
-  // a stretch of period q the candidates at multiples of q all share one match
-  // length, so the best of them is computed once and they are then skipped.
+  // ---- values of 8 or more: positions by their first 8 bytes ----------------------
+  // The positions are sorted by the hash of their first 8 bytes (a counting sort),
+  // in increasing order within a bucket: a walk reads its bucket backwards from the
+  // searched position, a sequential scan whose input loads do not wait on each
+  // other (a linked chain's do). A run of equal bytes is one block, entered at its
+  // first and last positions (adjacent in the bucket); in a block only one candidate
+  // can be the best. In a stretch of period q the candidates at multiples of q all
+  // share one match length, so the best of them is computed once and they are then
+  // skipped.
+  //  order_:      the bucket entries, bucket after bucket;
+  //  from_[i]:    index in order_ of i, or of the first position of i's run block
+  //               when i lies inside one; the walk from i reads the entries below it;
+  //  bucketEnds_: one past each bucket's last entry.
 
-  void BuildTopChain(uint32_t *heads, unsigned bits) {
-    uint32_t *chain = chain8_;
-    std::fill(heads, heads + (size_t(1) << bits), kNoPosition);
-    uint32_t runFirst = 0;
-    for (uint32_t i = 0; i + kTopKey <= n_; ++i) {
-      if (i + kPrefetchAhead + kTopKey <= n_)
-        Prefetch(heads + HashKey(Load64(in_ + i + kPrefetchAhead), bits));
-      const uint64_t key = Load64(in_ + i);
-      const uint32_t h = HashKey(key, bits);
-      if (IsRunKey(key)) {
-        if (i == 0 || in_[i - 1] != in_[i]) runFirst = i;
-        if (i != runFirst) {
-          chain[i] = runFirst; // interior of a run block: straight to its first position
-          heads[h] = i;
-          continue;
-        }
+  uint32_t BucketOf(uint64_t key) const { return HashKey(key, bucketBits_); }
+
+  // Whether position i (i + 8 <= n) is a bucket entry: all but the inner positions
+  // of run blocks (the last one stays, to be met from later positions).
+  bool IsEntry(uint32_t i) const {
+    if (!IsBlockInterior(i)) return true;
+    return i + kTopKey + 1 > n_ || in_[i + kTopKey] != in_[i];
+  }
+
+  void BuildTopOrder() {
+    while ((uint64_t(2) << bucketBits_) <= n_) ++bucketBits_;
+    const uint32_t buckets = 1u << bucketBits_;
+    std::fill(bucketEnds_, bucketEnds_ + buckets, 0u);
+    if (n_ < kTopKey) return;
+    const uint32_t last = n_ - kTopKey; // last position with a key
+    for (uint32_t i = 0; i <= last; ++i) {
+      if (i + kPrefetchAhead <= last) Prefetch(bucketEnds_ + BucketOf(Load64(in_ + i + kPrefetchAhead)));
+      if (IsEntry(i)) ++bucketEnds_[BucketOf(Load64(in_ + i))];
+    }
+    uint32_t sum = 0; // bucket starts, advanced to the ends as entries are placed
+    for (uint32_t b = 0; b < buckets; ++b) {
+      const uint32_t count = bucketEnds_[b];
+      bucketEnds_[b] = sum;
+      sum += count;
+    }
+    uint32_t blockFirst = 0; // index of the current run block's first position
+    for (uint32_t i = 0; i <= last; ++i) {
+      if (i + kPrefetchAhead <= last) Prefetch(bucketEnds_ + BucketOf(Load64(in_ + i + kPrefetchAhead)));
+      const bool inner = IsBlockInterior(i);
+      if (inner && !IsEntry(i)) {
+        from_[i] = blockFirst;
+        continue;
       }
-      chain[i] = heads[h];
-      heads[h] = i;
+      const uint32_t k = bucketEnds_[BucketOf(Load64(in_ + i))]++;
+      order_[k] = i;
+      from_[i] = inner ? blockFirst : k;
+      if (!inner) blockFirst = k;
     }
   }
 
   Best FindLong(uint32_t p, uint32_t remaining) {
-    const uint32_t *chain = chain8_;
     Best best;
     const uint64_t key = Load64(in_ + p);
-    uint32_t c = chain[p];
+    const uint32_t bucket = BucketOf(key);
+    const uint32_t low = bucket == 0 ? 0 : bucketEnds_[bucket - 1];
+    uint32_t k = from_[p]; // entries [low, k) precede p
     uint32_t runLength = 0;
     if (IsRunKey(key)) {
       runLength = RunFrom(p);
       if (IsBlockInterior(p)) {
         // Earlier positions of this run: distance d matches min(d, run) bytes.
-        const uint32_t first = chain[p];
+        const uint32_t first = order_[k];
         const uint32_t distance = std::min(runLength, p - first);
         if (distance >= kMinMatch) best.Offer(distance, distance);
-        c = chain[first];
       }
     }
     Period period{};
     bool periodic = false;
-    for (; c != kNoPosition; c = chain[c]) {
+    while (k > low) {
+      const uint32_t c = order_[--k];
+      if (k >= low + kWalkPrefetch) Prefetch(in_ + order_[k - kWalkPrefetch]);
       const uint32_t d = p - c;
       if (best.length >= remaining && d >= best.distance) break; // nothing can win any more
       const uint64_t candidateKey = Load64(in_ + c);
       if (IsRunKey(candidateKey)) {
-        // We enter a block at its last position; it spans [first, c + 8) of the input.
-        const uint32_t first = IsBlockInterior(c) ? chain[c] : c;
+        // A block spans [first, c + 8) of the input; its first position precedes c.
+        uint32_t first = c;
+        if (IsBlockInterior(c)) first = order_[--k];
         if (candidateKey == key) OfferRun(p, remaining, first, c + kTopKey, runLength, best);
-        c = first;
         continue;
       }
       if (candidateKey != key) continue; // a hash collision
@@ -424,7 +456,9 @@ private:
 
   const uint8_t *in_;
   uint32_t n_;
-  uint32_t *chain5_, *chain6_, *chain8_;
+  uint32_t *chain5_, *chain6_;
+  uint32_t *order_, *from_, *bucketEnds_; // values of 8 or more
+  unsigned bucketBits_ = 0;
   // Positions of the last kNearLinks bytes by their 4-byte key (FindFour).
   static constexpr unsigned kNearHashBits = 12;
   static constexpr uint32_t kNearLinks = 128; // > kShortWindow: a link outlives the window
