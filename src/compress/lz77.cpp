@@ -243,8 +243,10 @@ private:
       Prefetch(chain + c);
     }
     const uint32_t k = from_[p];
-    Prefetch(order_ + (k > 0 ? k - 1 : 0));
-    Prefetch(bucketEnds_ + BucketOf(Load64(in_ + p)) - 1);
+    if ((k & emptyFlag_) == 0 && k > 0) Prefetch(order_ + k - 1);
+    // Nearer positions: the walk's first candidates are in the cache by now.
+    const uint32_t j = from_[p - kPrefetchAhead / 2];
+    if ((j & emptyFlag_) == 0 && j > 0) Prefetch(in_ + (order_[j - 1] & ~emptyFlag_));
   }
 
   // Candidates of value 6 or 7 (none is worth 8 or more here).
@@ -317,6 +319,7 @@ private:
 
   void BuildTopOrder() {
     while ((uint64_t(2) << bucketBits_) <= n_) ++bucketBits_;
+    emptyFlag_ = n_ < 0x80000000u ? 0x80000000u : 0; // indices below 2^31 leave the top bit
     const uint32_t buckets = 1u << bucketBits_;
     std::fill(bucketEnds_, bucketEnds_ + buckets, 0u);
     if (n_ < kTopKey) return;
@@ -325,13 +328,15 @@ private:
       if (i + kPrefetchAhead <= last) Prefetch(bucketEnds_ + BucketOf(Load64(in_ + i + kPrefetchAhead)));
       if (IsEntry(i)) ++bucketEnds_[BucketOf(Load64(in_ + i))];
     }
-    uint32_t sum = 0; // bucket starts, advanced to the ends as entries are placed
+    // Bucket starts, advanced to the ends as entries are placed; the flag marks a
+    // bucket that has none placed yet.
+    uint32_t sum = 0;
     for (uint32_t b = 0; b < buckets; ++b) {
       const uint32_t count = bucketEnds_[b];
-      bucketEnds_[b] = sum;
+      bucketEnds_[b] = sum | emptyFlag_;
       sum += count;
     }
-    uint32_t blockFirst = 0; // index of the current run block's first position
+    uint32_t blockFirst = 0; // from_ of the current run block's first position
     for (uint32_t i = 0; i <= last; ++i) {
       if (i + kPrefetchAhead <= last) Prefetch(bucketEnds_ + BucketOf(Load64(in_ + i + kPrefetchAhead)));
       const bool inner = IsBlockInterior(i);
@@ -339,10 +344,13 @@ private:
         from_[i] = blockFirst;
         continue;
       }
-      const uint32_t k = bucketEnds_[BucketOf(Load64(in_ + i))]++;
-      order_[k] = i;
-      from_[i] = inner ? blockFirst : k;
-      if (!inner) blockFirst = k;
+      uint32_t &end = bucketEnds_[BucketOf(Load64(in_ + i))];
+      const uint32_t entry = end; // index, flagged when it is the bucket's first
+      const uint32_t k = entry & ~emptyFlag_;
+      end = k + 1;
+      order_[k] = i | (entry & emptyFlag_);
+      from_[i] = inner ? blockFirst : entry;
+      if (!inner) blockFirst = entry;
     }
   }
 
@@ -350,30 +358,39 @@ private:
     Best best;
     const uint64_t key = Load64(in_ + p);
     const uint32_t bucket = BucketOf(key);
-    const uint32_t low = bucket == 0 ? 0 : bucketEnds_[bucket - 1];
-    uint32_t k = from_[p]; // entries [low, k) precede p
+    const uint32_t from = from_[p];
+    uint32_t k = from & ~emptyFlag_; // the entries of p's bucket below k precede p
     uint32_t runLength = 0;
     if (IsRunKey(key)) {
       runLength = RunFrom(p);
       if (IsBlockInterior(p)) {
         // Earlier positions of this run: distance d matches min(d, run) bytes.
-        const uint32_t first = order_[k];
+        const uint32_t first = order_[k] & ~emptyFlag_;
         const uint32_t distance = std::min(runLength, p - first);
         if (distance >= kMinMatch) best.Offer(distance, distance);
       }
     }
+    if ((from & emptyFlag_) != 0) k = 0; // none do
     Period period{};
     bool periodic = false;
-    while (k > low) {
-      const uint32_t c = order_[--k];
-      if (k >= low + kWalkPrefetch) Prefetch(in_ + order_[k - kWalkPrefetch]);
+    bool bucketDone = false; // the bucket's first entry has been read
+    while (k > 0 && !bucketDone) {
+      const uint32_t entry = order_[--k];
+      const uint32_t c = entry & ~emptyFlag_;
+      bucketDone = (entry & emptyFlag_) != 0;
+      if (k >= kWalkPrefetch) Prefetch(in_ + (order_[k - kWalkPrefetch] & ~emptyFlag_));
       const uint32_t d = p - c;
       if (best.length >= remaining && d >= best.distance) break; // nothing can win any more
       const uint64_t candidateKey = Load64(in_ + c);
+      if (BucketOf(candidateKey) != bucket) break; // past the bucket's first entry
       if (IsRunKey(candidateKey)) {
         // A block spans [first, c + 8) of the input; its first position precedes c.
         uint32_t first = c;
-        if (IsBlockInterior(c)) first = order_[--k];
+        if (IsBlockInterior(c)) {
+          const uint32_t firstEntry = order_[--k];
+          first = firstEntry & ~emptyFlag_;
+          bucketDone = (firstEntry & emptyFlag_) != 0;
+        }
         if (candidateKey == key) OfferRun(p, remaining, first, c + kTopKey, runLength, best);
         continue;
       }
@@ -459,6 +476,7 @@ private:
   uint32_t *chain5_, *chain6_;
   uint32_t *order_, *from_, *bucketEnds_; // values of 8 or more
   unsigned bucketBits_ = 0;
+  uint32_t emptyFlag_ = 0; // on from_: no earlier entry in the bucket
   // Positions of the last kNearLinks bytes by their 4-byte key (FindFour).
   static constexpr unsigned kNearHashBits = 12;
   static constexpr uint32_t kNearLinks = 128; // > kShortWindow: a link outlives the window
