@@ -10,15 +10,16 @@
 //
 // Two searches give that same match. The reference walks two-byte hash chains to
 // their ends and compares byte by byte: quadratic on flat or periodic frames and
-// kept for the tests. The fast search walks chains of four-byte keys (a match
-// needs four equal bytes anyway) and prunes only what provably cannot win:
+// kept for the tests. The fast search looks at positions that share the first 4 to
+// 8 bytes (a match needs four equal bytes anyway) and prunes only what provably
+// cannot win:
 //  - a candidate whose limit min(remaining, distance) is below the best length;
 //  - everything farther once the best length equals the remaining length;
 //  - candidates that fail the four bytes ending at the best length.
 // Runs and periodic stretches, where every candidate matches far and the literal
 // search compares O(n^2) bytes, are evaluated in closed form:
-//  - a run of equal bytes is one chain block: its interior positions link straight
-//    to the run's first position, and in a block only one candidate can be the best;
+//  - a run of equal bytes is one block, met at its first and last positions only,
+//    and in a block only one candidate can be the best;
 //  - in a stretch of period q the candidates at multiples of q all share one match
 //    length, so the best of them is computed once and they are then skipped.
 #include "compress/codecs.h"
@@ -142,8 +143,8 @@ private:
 // A candidate's value is min(common prefix, distance, remaining): one that shares k
 // bytes and lies at least k back is worth at least k. So the search asks, from the
 // top, for the best value in each band, and stops at the first band that has one:
-//  - 8 or more: chains of positions sharing their first 8 bytes, walked whole with
-//    the prunings and closed forms below;
+//  - 8 or more: the positions sharing their first 8 bytes (a bucket of positions
+//    sorted by that key), read whole with the prunings and closed forms below;
 //  - 6 or 7: the 6-byte chain, walked until a 7;
 //  - 5: the nearest position at least 5 back on the 5-byte chain;
 //  - 4: the nearest position 4 to 127 back with the same 4 bytes, by a scan. A
@@ -212,7 +213,7 @@ public:
   }
 
   Best Find(uint32_t p, uint32_t remaining) {
-    PrefetchWalks(p + kPrefetchAhead);
+    PrefetchWalks(p);
     Best best;
     if (remaining >= kTopKey) best = FindLong(p, remaining);
     if (best.length >= kTopKey) return best;
@@ -233,21 +234,26 @@ private:
     uint32_t end;
   };
 
-  // The first candidate of each chain at position p, its bytes and its link.
+  // For the search at p + 16: the first candidate of each chain, its bytes and its
+  // link, and the first bucket entry's bytes; for the search at p + 32 the bucket
+  // entry itself (its bytes follow 16 positions later, once it is in the cache).
   void PrefetchWalks(uint32_t p) const {
-    if (p + kTopKey > n_) return;
+    const uint32_t near = p + kPrefetchAhead, far = near + kPrefetchAhead;
+    if (far + kTopKey <= n_) {
+      const uint32_t k = from_[far];
+      if ((k & emptyFlag_) == 0 && k > 0) Prefetch(order_ + k - 1);
+    }
+    if (near + kTopKey > n_) return;
     for (const uint32_t *chain : {chain5_, chain6_}) {
-      const uint32_t c = chain[p];
+      const uint32_t c = chain[near];
       if (c == kNoPosition) continue;
       Prefetch(in_ + c);
       Prefetch(chain + c);
     }
-    const uint32_t k = from_[p];
-    if ((k & emptyFlag_) == 0 && k > 0) Prefetch(order_ + k - 1);
-    // Nearer positions: the walk's first candidates are in the cache by now.
-    const uint32_t j = from_[p - kPrefetchAhead / 2];
+    const uint32_t j = from_[near];
     if ((j & emptyFlag_) == 0 && j > 0) Prefetch(in_ + (order_[j - 1] & ~emptyFlag_));
   }
+
 
   // Candidates of value 6 or 7 (none is worth 8 or more here).
   void FindSix(uint32_t p, uint32_t remaining, Best &best) const {
