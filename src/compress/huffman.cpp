@@ -281,7 +281,7 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
   uint32_t k = 0; // iterations done
   if (IsComplete(list, leaves)) {
     // Every iteration writes a byte, so whole entries may be stored 4 bytes at a
-    // time. Four lookups per refill: at most 48 bits, or one long code.
+    // time. Four lookups per refill: at most 48 bits; a long code refills first.
     constexpr uint32_t kLookups = 4;
     BitReader bits = in; // a copy whose address is not taken: it stays in registers
     while (outputCount - k >= kLookups * kMaxPerEntry && o + kLookups * kMaxPerEntry + 1 <= limit) {
@@ -289,6 +289,7 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
       for (uint32_t step = 0; step < kLookups; ++step) {
         const uint32_t e = table.entry[bits.PeekSome(kTableBits)];
         if (EntryCount(e) == 0) { // a code longer than the table
+          bits.Refill(); // up to 36 bits are gone: the code may need 32 more
           const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
           bits.Skip(list[j].length);
           output[o++] = uint8_t(list[j].symbol);

@@ -134,18 +134,24 @@ TEST(Huffman, DecodesCodesOfOneTo32Bits) {
   std::string tree;
   for (int d = 1; d <= 31; ++d) tree += "0 1 1 " + Bits8(d) + "1 ";
   tree += "0 1 1 " + Bits8(32) + "1 1 " + Bits8(33);
-  std::string data;
-  Bytes expected;
-  for (int d : {1, 32, 7, 33, 31, 2, 12, 13, 14, 1, 1, 33}) {
-    const int ones = d == 33 ? 32 : d - 1;
-    data += std::string(size_t(ones), '1') + (d == 33 ? "" : "0") + " ";
-    expected.push_back(uint8_t(d));
-  }
-  const Bytes payload = PackBits(tree + " " + data, 0);
-  for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
-    Bytes out(expected.size(), kSentinel);
-    decode(payload.data(), out.data(), uint32_t(payload.size()), uint32_t(out.size()));
-    EXPECT_EQ(out, expected);
+  // Once, and repeated so that long codes follow three table lookups of 12 bits
+  // and the stream is long enough for two decoding chains.
+  for (int repeats : {1, 3000}) {
+    std::string data;
+    Bytes expected;
+    for (int r = 0; r < repeats; ++r) {
+      for (int d : {1, 32, 7, 33, 31, 2, 12, 13, 14, 1, 1, 33, 12, 12, 12, 29, 30}) {
+        const int ones = d == 33 ? 32 : d - 1;
+        data += std::string(size_t(ones), '1') + (d == 33 ? "" : "0") + " ";
+        expected.push_back(uint8_t(d));
+      }
+    }
+    const Bytes payload = PackBits(tree + " " + data, 0);
+    for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
+      Bytes out(expected.size(), kSentinel);
+      decode(payload.data(), out.data(), uint32_t(payload.size()), uint32_t(out.size()));
+      EXPECT_EQ(out, expected) << repeats;
+    }
   }
 }
 
