@@ -19,6 +19,8 @@
 #include "compress/bit_io.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 namespace tavrix::detail {
 
@@ -255,6 +257,101 @@ bool IsComplete(const Leaf *list, uint32_t leaves) {
   return space == uint64_t(1) << kMaxCodeLength;
 }
 
+// ---- complete codes: every bit string starts with a code, every lookup writes ----
+
+constexpr uint32_t kLookups = 4;                       // table lookups per refill
+constexpr uint32_t kGroupBytes = kLookups * kMaxPerEntry; // bytes one group writes at most
+constexpr uint32_t kGroupBits = 3 * kTableBits + kMaxCodeLength; // bits one group reads at most
+
+// One refill and up to four lookups; writes at most kGroupBytes bytes at output + o,
+// and stores 4 bytes at a time: needs kGroupBytes + 1 bytes of room.
+inline void DecodeGroup(BitReader &bits, const Leaf *list, const DecodeTable &table,
+                        uint8_t *output, size_t &o) {
+  bits.Refill();
+  for (uint32_t step = 0; step < kLookups; ++step) {
+    const uint32_t e = table.entry[bits.PeekSome(kTableBits)];
+    if (EntryCount(e) == 0) { // a code longer than the table
+      bits.Refill(); // up to 36 bits are gone: the code may need 32 more
+      const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
+      bits.Skip(list[j].length);
+      output[o++] = uint8_t(list[j].symbol);
+      return;
+    }
+    const uint32_t symbols = e >> 8;
+    std::memcpy(output + o, &symbols, 4); // little-endian: first symbol first
+    o += EntryCount(e);
+    bits.Skip(EntryBits(e));
+  }
+}
+
+// One code.
+inline uint8_t DecodeOne(BitReader &bits, const Leaf *list, const DecodeTable &table) {
+  bits.Refill();
+  if (const uint16_t s = table.single[bits.PeekSome(kTableBits)]; s != 0) {
+    bits.Skip(s >> 8);
+    return uint8_t(s);
+  }
+  const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
+  bits.Skip(list[j].length);
+  return uint8_t(list[j].symbol);
+}
+
+// Two independent chains of lookups for a long stream of a complete code. The first
+// decodes from the start (`in`, at the first code) into `output`; the second from
+// the middle bit of the rest into scratch, where its first kMarks codes start at
+// unknown boundaries. Prefix codes resynchronise: once the first chain starts a
+// code exactly where one of those starts, every byte the second chain wrote from
+// there on is what the first would write. The first chain looks for that meeting
+// code by code; if it never comes, it goes on alone. Either way `in` and `o` leave
+// as the single chain would after o bytes.
+constexpr uint32_t kMarks = 256;
+constexpr uint32_t kTwoChainMinBytes = 16384;
+
+void DecodeTwoChains(const uint8_t *payload, size_t payloadLength, const Leaf *list,
+                     const DecodeTable &table, uint8_t *output, uint32_t outputCount,
+                     BitReader &in, size_t &o) {
+  const uint64_t end = uint64_t(payloadLength) * 8;
+  const uint64_t begin = in.BitPosition();
+  if (outputCount < kTwoChainMinBytes || end < begin + 2 * kMarks * kMaxCodeLength) return;
+  std::unique_ptr<uint8_t[]> scratch(new (std::nothrow) uint8_t[outputCount]);
+  if (!scratch) return;
+  BitReader b(payload, payloadLength, begin + (end - begin) / 2);
+  uint64_t marks[kMarks];
+  size_t nb = 0;
+  for (; nb < kMarks; ++nb) {
+    marks[nb] = b.BitPosition();
+    scratch[nb] = DecodeOne(b, list, table);
+  }
+  BitReader a = in; // copies whose addresses are not taken: they stay in registers
+  size_t oa = o;
+  const auto aRuns = [&]() {
+    return a.BitPosition() + kGroupBits <= marks[0] && oa + kGroupBytes + 1 <= outputCount;
+  };
+  const auto bRuns = [&]() { return b.BitPosition() < end && nb + kGroupBytes + 1 <= outputCount; };
+  while (aRuns() && bRuns()) {
+    DecodeGroup(a, list, table, output, oa);
+    DecodeGroup(b, list, table, scratch.get(), nb);
+  }
+  while (aRuns()) DecodeGroup(a, list, table, output, oa);
+  while (bRuns()) DecodeGroup(b, list, table, scratch.get(), nb);
+  // The first chain, code by code, up to the second chain's marks.
+  for (uint32_t r = 0; oa < outputCount;) {
+    const uint64_t at = a.BitPosition();
+    while (r < kMarks && marks[r] < at) ++r;
+    if (r == kMarks) break; // never met: the first chain goes on alone
+    if (marks[r] == at) {
+      const size_t n = std::min<size_t>(nb - r, outputCount - oa);
+      std::memcpy(output + oa, scratch.get() + r, n);
+      oa += n;
+      if (n == nb - r) a = b; // the second chain's reader continues after its bytes
+      break;
+    }
+    output[oa++] = DecodeOne(a, list, table);
+  }
+  in = a;
+  o = oa;
+}
+
 template <bool kChecked>
 bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *output,
                        size_t outputCapacity, uint32_t outputCount) {
@@ -280,30 +377,12 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
   size_t o = 0;
   uint32_t k = 0; // iterations done
   if (IsComplete(list, leaves)) {
-    // Every iteration writes a byte, so whole entries may be stored 4 bytes at a
-    // time. Four lookups per refill: at most 48 bits; a long code refills first.
-    constexpr uint32_t kLookups = 4;
+    if (!kChecked) DecodeTwoChains(payload, payloadLength, list, table, output, outputCount, in, o);
     BitReader bits = in; // a copy whose address is not taken: it stays in registers
-    while (outputCount - k >= kLookups * kMaxPerEntry && o + kLookups * kMaxPerEntry + 1 <= limit) {
-      bits.Refill();
-      for (uint32_t step = 0; step < kLookups; ++step) {
-        const uint32_t e = table.entry[bits.PeekSome(kTableBits)];
-        if (EntryCount(e) == 0) { // a code longer than the table
-          bits.Refill(); // up to 36 bits are gone: the code may need 32 more
-          const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
-          bits.Skip(list[j].length);
-          output[o++] = uint8_t(list[j].symbol);
-          ++k;
-          break;
-        }
-        const uint32_t symbols = e >> 8;
-        std::memcpy(output + o, &symbols, 4); // little-endian: first symbol first
-        o += EntryCount(e);
-        k += EntryCount(e);
-        bits.Skip(EntryBits(e));
-      }
-    }
+    while (outputCount - o >= kGroupBytes && o + kGroupBytes + 1 <= limit)
+      DecodeGroup(bits, list, table, output, o);
     in = bits;
+    k = uint32_t(o);
   }
   for (; k < outputCount; ++k) {
     in.Refill();

@@ -199,6 +199,16 @@ TEST(Huffman, TableDecoderMatchesTheLinearSearch) {
   for (auto &b : skewed) b = uint8_t(__builtin_ctz(rng() | 0x80000u) * 13); // geometric counts
   payloads.push_back(Payload(HuffmanStream(skewed, 0)));
   payloads.push_back(Payload(HuffmanStream(Mosaic(64, 64, 12, 40.0, 3), 0)));
+  // Long streams decode in two chains that meet where their code boundaries do.
+  // Every value equally often: 8-bit codes, whose boundaries meet only when the
+  // second chain starts a whole number of bytes after the first code; and a
+  // mosaic decoded to twice its length, far past the payload's end.
+  for (uint32_t n : {40000u, 40001u, 40002u, 40003u}) {
+    Bytes uniform(n);
+    for (uint32_t i = 0; i < n; ++i) uniform[i] = uint8_t(i * 167);
+    payloads.push_back(Payload(HuffmanStream(uniform, 0)));
+  }
+  payloads.push_back(Payload(HuffmanStream(Mosaic(256, 80, 8, 3.0, 4), 0)));
   for (int k = 0; k < 300; ++k) payloads.push_back(RandomBytes(1 + rng() % 600, 1000 + k));
   for (const Bytes &payload : payloads) {
     const uint32_t count = payload.size() > 1000 ? 40000 : 700;
