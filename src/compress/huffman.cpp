@@ -303,7 +303,8 @@ inline uint8_t DecodeOne(BitReader &bits, const Leaf *list, const DecodeTable &t
 // code exactly where one of those starts, every byte the second chain wrote from
 // there on is what the first would write. The first chain looks for that meeting
 // code by code; if it never comes, it goes on alone. Either way `in` and `o` leave
-// as the single chain would after o bytes.
+// as the single chain would after o bytes, or where they tell the same: whether
+// bits past the payload were read.
 constexpr uint32_t kMarks = 256;
 constexpr uint32_t kTwoChainMinBytes = 16384;
 
@@ -327,7 +328,10 @@ void DecodeTwoChains(const uint8_t *payload, size_t payloadLength, const Leaf *l
   const auto aRuns = [&]() {
     return a.BitPosition() + kGroupBits <= marks[0] && oa + kGroupBytes + 1 <= outputCount;
   };
-  const auto bRuns = [&]() { return b.BitPosition() < end && nb + kGroupBytes + 1 <= outputCount; };
+  // The second chain stays inside the payload, so that no byte it wrote read past it.
+  const auto bRuns = [&]() {
+    return b.BitPosition() + kGroupBits <= end && nb + kGroupBytes + 1 <= outputCount;
+  };
   while (aRuns() && bRuns()) {
     DecodeGroup(a, list, table, output, oa);
     DecodeGroup(b, list, table, scratch.get(), nb);
@@ -343,7 +347,10 @@ void DecodeTwoChains(const uint8_t *payload, size_t payloadLength, const Leaf *l
       const size_t n = std::min<size_t>(nb - r, outputCount - oa);
       std::memcpy(output + oa, scratch.get() + r, n);
       oa += n;
-      if (n == nb - r) a = b; // the second chain's reader continues after its bytes
+      // The second chain's reader continues after its bytes; if only some were
+      // needed, the first chain's reader stays where they start (both inside the
+      // payload, as is the end of every byte the second chain wrote).
+      if (n == nb - r) a = b;
       break;
     }
     output[oa++] = DecodeOne(a, list, table);
@@ -377,7 +384,7 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
   size_t o = 0;
   uint32_t k = 0; // iterations done
   if (IsComplete(list, leaves)) {
-    if (!kChecked) DecodeTwoChains(payload, payloadLength, list, table, output, outputCount, in, o);
+    if (limit == outputCount) DecodeTwoChains(payload, payloadLength, list, table, output, outputCount, in, o);
     BitReader bits = in; // a copy whose address is not taken: it stays in registers
     while (outputCount - o >= kGroupBytes && o + kGroupBytes + 1 <= limit)
       DecodeGroup(bits, list, table, output, o);

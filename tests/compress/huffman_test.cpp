@@ -219,5 +219,48 @@ TEST(Huffman, TableDecoderMatchesTheLinearSearch) {
   }
 }
 
+
+TEST(Huffman, CheckedDecoderOnLongStreamsRefusesExactlyTheBitsRunningOut) {
+  // Long enough to decode in two chains. A cut stream runs out of bits; a corrupted
+  // one may or may not: it must be refused where the output depends on bits past
+  // the payload (they differ as zeros and as ones) and, where accepted, give what
+  // the linear search gives.
+  const Bytes input = Mosaic(200, 100, 8, 3.0, 6);
+  const Bytes stream = HuffmanStream(input, 0);
+  const auto checked = [&](const Bytes &payload, size_t capacity, Bytes &out) {
+    out.assign(capacity, kSentinel);
+    return detail::HuffmanDecodeChecked(payload.data(), payload.size(), out.data(), capacity,
+                                        uint32_t(input.size()));
+  };
+  Bytes out;
+  const Bytes payload = Payload(stream);
+  ASSERT_TRUE(checked(payload, input.size(), out));
+  EXPECT_EQ(out, input);
+  EXPECT_FALSE(checked(payload, input.size() - 1, out));
+  for (size_t cut = 1; cut < payload.size(); cut += cut + 300 < payload.size() ? 97 : 1)
+    ASSERT_FALSE(checked(Bytes(payload.begin(), payload.begin() + long(cut)), input.size(), out)) << cut;
+  std::mt19937 rng(8);
+  for (int trial = 0; trial < 120; ++trial) {
+    Bytes damaged = payload;
+    // Flips in the tree (first 200 bytes) or the codes; near the end half the time.
+    const size_t span = trial % 2 ? 200 : damaged.size();
+    damaged[damaged.size() - 1 - rng() % span] ^= uint8_t(1u << (rng() % 8));
+    if (trial % 3 == 0) damaged[rng() % 200] ^= uint8_t(1u << (rng() % 8));
+    Bytes zeros(input.size(), kSentinel), ones(input.size(), kSentinel);
+    Bytes padded = damaged;
+    padded.resize(damaged.size() + 64, 0x00);
+    detail::HuffmanDecodeReference(padded.data(), zeros.data(), uint32_t(padded.size()), uint32_t(zeros.size()));
+    std::fill(padded.begin() + long(damaged.size()), padded.end(), uint8_t(0xFF));
+    detail::HuffmanDecodeReference(padded.data(), ones.data(), uint32_t(padded.size()), uint32_t(ones.size()));
+    const bool accepted = checked(damaged, input.size(), out);
+    if (zeros != ones) {
+      ASSERT_FALSE(accepted) << trial;
+    }
+    if (accepted) {
+      ASSERT_EQ(out, zeros) << trial;
+    }
+  }
+}
+
 } // namespace
 } // namespace tavrix::test
