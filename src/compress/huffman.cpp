@@ -8,7 +8,7 @@
 //                     | 0, left slot, right slot      an internal node
 //               slot  = 1, node | 0                   child present or absent
 //
-// The decoder looks codes up in a table of 12-bit prefixes, up to three codes per
+// The decoder looks codes up in a table of 14-bit prefixes, up to three codes per
 // lookup, and searches the length-sorted codes for longer ones. It gives what the
 // plain linear search (HuffmanDecodeReference) gives: a bit pattern that matches
 // no code consumes as many bits as the longest code and produces nothing, and a
@@ -200,7 +200,7 @@ bool ReadSortedCodes(BitReader &in, Leaf *list, uint32_t &count) {
 // itself is the shift count), how many codes (6..7), their symbols (8..31, first
 // in the low byte); 0 codes where the first code is longer than the table or
 // matches nothing.
-constexpr unsigned kTableBits = 12; // 4096 entries, 16 KB: fits the first-level cache
+constexpr unsigned kTableBits = 14; // 16384 entries, 64 KB, mostly in the second-level cache
 constexpr uint32_t kMaxPerEntry = 3;
 
 uint32_t EntryCount(uint32_t e) { return (e >> 6) & 3; }
@@ -262,6 +262,7 @@ bool IsComplete(const Leaf *list, uint32_t leaves) {
 constexpr uint32_t kLookups = 4;                       // table lookups per refill
 constexpr uint32_t kGroupBytes = kLookups * kMaxPerEntry; // bytes one group writes at most
 constexpr uint32_t kGroupBits = 3 * kTableBits + kMaxCodeLength; // bits one group reads at most
+static_assert(kLookups * kTableBits <= 56, "a refill buffers 56 bits or more");
 
 // One refill and up to four lookups; writes at most kGroupBytes bytes at output + o,
 // and stores 4 bytes at a time: needs kGroupBytes + 1 bytes of room.
@@ -271,7 +272,7 @@ inline void DecodeGroup(BitReader &bits, const Leaf *list, const DecodeTable &ta
   for (uint32_t step = 0; step < kLookups; ++step) {
     const uint32_t e = table.entry[bits.PeekSome(kTableBits)];
     if (EntryCount(e) == 0) { // a code longer than the table
-      bits.Refill(); // up to 36 bits are gone: the code may need 32 more
+      bits.Refill(); // up to 3 * kTableBits bits are gone: the code may need 32 more
       const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
       bits.Skip(list[j].length);
       output[o++] = uint8_t(list[j].symbol);
@@ -377,7 +378,8 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
     return true;
   }
 
-  DecodeTable table;
+  const std::unique_ptr<DecodeTable> tables(new DecodeTable); // 96 KB: not on the stack
+  DecodeTable &table = *tables;
   table.shallow = shallow;
   BuildTable(list, table);
   const size_t limit = kChecked ? std::min<size_t>(outputCapacity, outputCount) : outputCount;
