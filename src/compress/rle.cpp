@@ -12,22 +12,19 @@
 namespace tavrix::detail {
 
 void CountBytes(const uint8_t *input, uint32_t n, uint32_t counts[256]) {
-  // Eight interleaved histograms keep consecutive equal bytes (flat frames) and the
-  // few high bytes of 16-bit samples (every other byte) from serialising on one
-  // counter.
-  constexpr int kTables = 8;
-  uint32_t partial[kTables][256] = {};
+  // Four interleaved histograms keep consecutive equal bytes (flat frames) from
+  // serialising on one counter.
+  uint32_t partial[4][256] = {};
   uint32_t i = 0;
-  for (; i + kTables <= n; i += kTables) {
-    const uint64_t w = Load64(input + i);
-    for (int t = 0; t < kTables; ++t) ++partial[t][uint8_t(w >> (8 * t))];
+  for (; i + 4 <= n; i += 4) {
+    ++partial[0][input[i]];
+    ++partial[1][input[i + 1]];
+    ++partial[2][input[i + 2]];
+    ++partial[3][input[i + 3]];
   }
   for (; i < n; ++i) ++partial[0][input[i]];
-  for (int v = 0; v < 256; ++v) {
-    uint32_t sum = 0;
-    for (int t = 0; t < kTables; ++t) sum += partial[t][v];
-    counts[v] = sum;
-  }
+  for (int v = 0; v < 256; ++v)
+    counts[v] = partial[0][v] + partial[1][v] + partial[2][v] + partial[3][v];
 }
 
 uint8_t ChooseEscape(const uint32_t counts[256]) {
