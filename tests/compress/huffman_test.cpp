@@ -237,10 +237,10 @@ TEST(Huffman, CheckedDecoderOnLongStreamsRefusesExactlyTheBitsRunningOut) {
   ASSERT_TRUE(checked(payload, input.size(), out));
   EXPECT_EQ(out, input);
   EXPECT_FALSE(checked(payload, input.size() - 1, out));
-  for (size_t cut = 1; cut < payload.size(); cut += cut + 300 < payload.size() ? 97 : 1)
+  for (size_t cut = 1; cut < payload.size(); cut += cut + 100 < payload.size() ? 211 : 1)
     ASSERT_FALSE(checked(Bytes(payload.begin(), payload.begin() + long(cut)), input.size(), out)) << cut;
   std::mt19937 rng(8);
-  for (int trial = 0; trial < 120; ++trial) {
+  for (int trial = 0; trial < 60; ++trial) {
     Bytes damaged = payload;
     // Flips in the tree (first 200 bytes) or the codes; near the end half the time.
     const size_t span = trial % 2 ? 200 : damaged.size();
