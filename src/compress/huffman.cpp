@@ -8,8 +8,9 @@
 //                     | 0, left slot, right slot      an internal node
 //               slot  = 1, node | 0                   child present or absent
 //
-// The decoder looks codes up in a table of 14-bit prefixes, up to three codes per
-// lookup, and searches the length-sorted codes for longer ones. It gives what the
+// The decoder looks codes up in a table of 14-bit (or 12-bit) prefixes, up to three
+// codes per lookup, and searches the length-sorted codes for longer ones; long
+// streams decode in two interleaved chains (DecodeTwoChains). It gives what the
 // plain linear search (HuffmanDecodeReference) gives: a bit pattern that matches
 // no code consumes as many bits as the longest code and produces nothing, and a
 // search that passes every code of up to 32 bits and would go on to a leaf deeper
