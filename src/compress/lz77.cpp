@@ -215,7 +215,8 @@ public:
   Best Find(uint32_t p, uint32_t remaining) {
     PrefetchWalks(p);
     Best best;
-    if (remaining >= kTopKey) best = FindLong(p, remaining);
+    // A position without an earlier one of its 6-byte hash has none sharing 8 bytes.
+    if (remaining >= kTopKey && chain6_[p] != kNoPosition) best = FindLong(p, remaining);
     if (best.length >= kTopKey) return best;
     if (remaining >= 6) FindSix(p, remaining, best);
     if (best.length >= 6) return best;
@@ -241,7 +242,7 @@ private:
     const uint32_t near = p + kPrefetchAhead, far = near + kPrefetchAhead;
     if (far + kTopKey <= n_) {
       const uint32_t k = from_[far];
-      if ((k & emptyFlag_) == 0 && k > 0) Prefetch(order_ + k - 1);
+      if ((k & emptyFlag_) == 0 && k > 0 && chain6_[far] != kNoPosition) Prefetch(order_ + k - 1);
     }
     if (near + kTopKey > n_) return;
     for (const uint32_t *chain : {chain5_, chain6_}) {
@@ -251,7 +252,7 @@ private:
       Prefetch(chain + c);
     }
     const uint32_t j = from_[near];
-    if ((j & emptyFlag_) == 0 && j > 0) Prefetch(in_ + (order_[j - 1] & ~emptyFlag_));
+    if ((j & emptyFlag_) == 0 && j > 0 && chain6_[near] != kNoPosition) Prefetch(in_ + (order_[j - 1] & ~emptyFlag_));
   }
 
 
@@ -384,7 +385,7 @@ private:
       const uint32_t entry = order_[--k];
       const uint32_t c = entry & ~emptyFlag_;
       bucketDone = (entry & emptyFlag_) != 0;
-      if (k >= kWalkPrefetch) Prefetch(in_ + (order_[k - kWalkPrefetch] & ~emptyFlag_));
+      if (!bucketDone && k >= kWalkPrefetch) Prefetch(in_ + (order_[k - kWalkPrefetch] & ~emptyFlag_));
       const uint32_t d = p - c;
       if (best.length >= remaining && d >= best.distance) break; // nothing can win any more
       const uint64_t candidateKey = Load64(in_ + c);
