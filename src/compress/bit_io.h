@@ -112,6 +112,12 @@ private:
 class BitReader {
 public:
   BitReader(const uint8_t *payload, size_t size) : in_(payload), size_(size) {}
+  // Starts at bit `offset` of the payload (which may lie past its end).
+  BitReader(const uint8_t *payload, size_t size, uint64_t offset)
+      : in_(payload), size_(size), pos_(size_t(offset >> 3)) {
+    Refill();
+    Skip(unsigned(offset & 7));
+  }
 
   // At least 57 bits are buffered afterwards.
   void Refill() {
@@ -144,6 +150,8 @@ public:
     Skip(n);
     return v;
   }
+  // Bits consumed from the payload's start.
+  uint64_t BitPosition() const { return uint64_t(pos_) * 8 - count_; }
   // Whether any bit past the payload has been consumed.
   bool Overrun() const { return uint64_t(pos_) * 8 - count_ > uint64_t(size_) * 8; }
 

@@ -199,11 +199,12 @@ inline unsigned Lz77HeadBits(uint32_t n) {
 
 // Entries of the table that InitCompress(eLZ77, n) allocates: the 65536 heads and n
 // chain links of the literal search (the fast search reuses the links for its
-// 5-byte keys), then two more chains of n links and the fast search's hash heads:
-// beyond the first 65536 + n entries, 2n links and at most 2n heads, at most 16
-// bytes per input byte.
+// 5-byte keys), then 4n for the fast search (a chain of 6-byte keys, the positions
+// sorted by their 8-byte keys, each position's place among them, the bucket ends;
+// the hash heads that build the chains use the space of the last three): 16 bytes
+// per input byte beyond the first 65536 + n entries.
 inline uint64_t Lz77TableEntries(uint32_t n) {
-  return n == 0 ? kHashHeads : kHashHeads + 3 * uint64_t(n) + (uint64_t(1) << Lz77HeadBits(n));
+  return kHashHeads + 5 * uint64_t(n);
 }
 
 // `matchTable` holds Lz77TableEntries(n) entries; the literal search uses the first 65536 + n.

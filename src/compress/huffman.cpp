@@ -8,8 +8,9 @@
 //                     | 0, left slot, right slot      an internal node
 //               slot  = 1, node | 0                   child present or absent
 //
-// The decoder looks codes up in a table of 12-bit prefixes, up to three codes per
-// lookup, and searches the length-sorted codes for longer ones. It gives what the
+// The decoder looks codes up in a table of 14-bit (or 12-bit) prefixes, up to three
+// codes per lookup, and searches the length-sorted codes for longer ones; long
+// streams decode in two interleaved chains (DecodeTwoChains). It gives what the
 // plain linear search (HuffmanDecodeReference) gives: a bit pattern that matches
 // no code consumes as many bits as the longest code and produces nothing, and a
 // search that passes every code of up to 32 bits and would go on to a leaf deeper
@@ -19,6 +20,8 @@
 #include "compress/bit_io.h"
 
 #include <algorithm>
+#include <memory>
+#include <new>
 
 namespace tavrix::detail {
 
@@ -198,18 +201,44 @@ bool ReadSortedCodes(BitReader &in, Leaf *list, uint32_t &count) {
 // itself is the shift count), how many codes (6..7), their symbols (8..31, first
 // in the low byte); 0 codes where the first code is longer than the table or
 // matches nothing.
-constexpr unsigned kTableBits = 12; // 4096 entries, 16 KB: fits the first-level cache
+constexpr unsigned kTableBits = 14; // 16384 entries, 64 KB, mostly in the second-level cache
 constexpr uint32_t kMaxPerEntry = 3;
 
 uint32_t EntryCount(uint32_t e) { return (e >> 6) & 3; }
 uint32_t EntryBits(uint32_t e) { return e & 63; }
 
+// A narrower table of the same entries: a quarter of the size, so it stays in the
+// first-level cache. It wins where the wider one resolves few more codes.
+constexpr unsigned kNarrowBits = 12;
+
 struct DecodeTable {
   uint32_t shallow; // leaves of at most 32 bits, first in the list
   uint32_t firstLong; // the first of them longer than kTableBits
+  uint32_t firstLongNarrow; // the first of them longer than kNarrowBits
   uint16_t single[1u << kTableBits]; // length << 8 | symbol of the code that starts x
   uint32_t entry[1u << kTableBits];
+  uint32_t narrow[1u << kNarrowBits];
 };
+
+// The multi-code entries of `bits`-bit prefixes, from the codes in t.single; returns
+// the number of codes they hold together.
+uint64_t FillEntries(const DecodeTable &t, unsigned bits, uint32_t *entry) {
+  const uint32_t size = 1u << bits;
+  uint64_t codes = 0;
+  for (uint32_t x = 0; x < size; ++x) {
+    uint32_t symbols = 0, used = 0, n = 0;
+    while (n < kMaxPerEntry) {
+      const uint16_t s = t.single[((x << used) & (size - 1)) << (kTableBits - bits)];
+      if (s == 0 || (s >> 8) > bits - used) break;
+      symbols |= uint32_t(s & 0xFF) << (8 * n);
+      used += s >> 8;
+      ++n;
+    }
+    entry[x] = symbols << 8 | n << 6 | used;
+    codes += n;
+  }
+  return codes;
+}
 
 // Fills the tables for the codes of at most kTableBits bits of the length-sorted
 // leaves. The width is fixed, whatever the longest code: a constant shift in the
@@ -224,25 +253,18 @@ void BuildTable(const Leaf *list, DecodeTable &t) {
               uint16_t(list[k].length << 8 | list[k].symbol));
   }
   t.firstLong = k;
-  for (uint32_t x = 0; x < size; ++x) {
-    uint32_t symbols = 0, used = 0, n = 0;
-    while (n < kMaxPerEntry) {
-      const uint16_t s = t.single[(x << used) & (size - 1)];
-      if (s == 0 || (s >> 8) > kTableBits - used) break;
-      symbols |= uint32_t(s & 0xFF) << (8 * n);
-      used += s >> 8;
-      ++n;
-    }
-    t.entry[x] = symbols << 8 | n << 6 | used;
-  }
+  FillEntries(t, kTableBits, t.entry);
 }
 
-// The leaf longer than the table whose code starts the 32 bits `ahead`, or
-// t.shallow if none does.
-uint32_t FindLongCode(const Leaf *list, const DecodeTable &t, uint32_t ahead) {
-  uint32_t j = t.firstLong;
+// The leaf from `first` on (those longer than a table) whose code starts the 32
+// bits `ahead`, or t.shallow if none does.
+uint32_t FindLongCode(const Leaf *list, const DecodeTable &t, uint32_t ahead, uint32_t first) {
+  uint32_t j = first;
   while (j < t.shallow && (ahead >> (kMaxCodeLength - list[j].length)) != list[j].code) ++j;
   return j;
+}
+uint32_t FindLongCode(const Leaf *list, const DecodeTable &t, uint32_t ahead) {
+  return FindLongCode(list, t, ahead, t.firstLong);
 }
 
 // Whether every bit string starts with a code of at most 32 bits (the code is
@@ -253,6 +275,148 @@ bool IsComplete(const Leaf *list, uint32_t leaves) {
     if (list[k].length <= kMaxCodeLength) space += uint64_t(1) << (kMaxCodeLength - list[k].length);
     else return false;
   return space == uint64_t(1) << kMaxCodeLength;
+}
+
+// ---- complete codes: every bit string starts with a code, every lookup writes ----
+
+constexpr uint32_t kLookups = 4;                       // table lookups per refill
+constexpr uint32_t kGroupBytes = kLookups * kMaxPerEntry; // bytes one group writes at most
+// Bits one group reads at most.
+template <unsigned kBits> constexpr uint32_t kGroupBits = 3 * kBits + kMaxCodeLength;
+static_assert(kLookups * kTableBits <= 56, "a refill buffers 56 bits or more");
+
+// The entries of a kBits-bit table and the first leaf longer than it.
+template <unsigned kBits> const uint32_t *Entries(const DecodeTable &t) {
+  return kBits == kTableBits ? t.entry : t.narrow;
+}
+template <unsigned kBits> uint32_t FirstLong(const DecodeTable &t) {
+  return kBits == kTableBits ? t.firstLong : t.firstLongNarrow;
+}
+
+// One refill and up to four lookups; writes at most kGroupBytes bytes at output + o,
+// and stores 4 bytes at a time: needs kGroupBytes + 1 bytes of room.
+template <unsigned kBits>
+inline void DecodeGroup(BitReader &bits, const Leaf *list, const DecodeTable &table,
+                        uint8_t *output, size_t &o) {
+  const uint32_t *entry = Entries<kBits>(table);
+  bits.Refill();
+  for (uint32_t step = 0; step < kLookups; ++step) {
+    const uint32_t e = entry[bits.PeekSome(kBits)];
+    if (EntryCount(e) == 0) { // a code longer than the table
+      bits.Refill(); // up to 3 * kBits bits are gone: the code may need 32 more
+      const uint32_t j =
+          FindLongCode(list, table, bits.Peek(kMaxCodeLength), FirstLong<kBits>(table));
+      bits.Skip(list[j].length);
+      output[o++] = uint8_t(list[j].symbol);
+      return;
+    }
+    const uint32_t symbols = e >> 8;
+    std::memcpy(output + o, &symbols, 4); // little-endian: first symbol first
+    o += EntryCount(e);
+    bits.Skip(EntryBits(e));
+  }
+}
+
+// One code.
+inline uint8_t DecodeOne(BitReader &bits, const Leaf *list, const DecodeTable &table) {
+  bits.Refill();
+  if (const uint16_t s = table.single[bits.PeekSome(kTableBits)]; s != 0) {
+    bits.Skip(s >> 8);
+    return uint8_t(s);
+  }
+  const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
+  bits.Skip(list[j].length);
+  return uint8_t(list[j].symbol);
+}
+
+// Two independent chains of lookups for a long stream of a complete code. The first
+// decodes from the start (`in`, at the first code) into `output`; the second from
+// the middle bit of the rest into scratch, where its first kMarks codes start at
+// unknown boundaries. Prefix codes resynchronise: once the first chain starts a
+// code exactly where one of those starts, every byte the second chain wrote from
+// there on is what the first would write. The first chain looks for that meeting
+// code by code; if it never comes, it goes on alone. Either way `in` and `o` leave
+// as the single chain would after o bytes, or where they tell the same: whether
+// bits past the payload were read.
+constexpr uint32_t kMarks = 256;
+constexpr uint32_t kTwoChainMinBytes = 16384;
+
+template <unsigned kBits>
+void DecodeTwoChains(const uint8_t *payload, size_t payloadLength, const Leaf *list,
+                     const DecodeTable &table, uint8_t *output, uint32_t outputCount,
+                     BitReader &in, size_t &o) {
+  const uint64_t end = uint64_t(payloadLength) * 8;
+  const uint64_t begin = in.BitPosition();
+  if (outputCount < kTwoChainMinBytes || end < begin + 2 * kMarks * kMaxCodeLength) return;
+  std::unique_ptr<uint8_t[]> scratch(new (std::nothrow) uint8_t[outputCount]);
+  if (!scratch) return;
+  BitReader b(payload, payloadLength, begin + (end - begin) / 2);
+  uint64_t marks[kMarks];
+  size_t nb = 0;
+  for (; nb < kMarks; ++nb) {
+    marks[nb] = b.BitPosition();
+    scratch[nb] = DecodeOne(b, list, table);
+  }
+  BitReader a = in; // copies whose addresses are not taken: they stay in registers
+  size_t oa = o;
+  const auto aRuns = [&]() {
+    return a.BitPosition() + kGroupBits<kBits> <= marks[0] && oa + kGroupBytes + 1 <= outputCount;
+  };
+  // The second chain stays inside the payload, so that no byte it wrote read past it.
+  const auto bRuns = [&]() {
+    return b.BitPosition() + kGroupBits<kBits> <= end && nb + kGroupBytes + 1 <= outputCount;
+  };
+  while (aRuns() && bRuns()) {
+    DecodeGroup<kBits>(a, list, table, output, oa);
+    DecodeGroup<kBits>(b, list, table, scratch.get(), nb);
+  }
+  while (aRuns()) DecodeGroup<kBits>(a, list, table, output, oa);
+  while (bRuns()) DecodeGroup<kBits>(b, list, table, scratch.get(), nb);
+  // The first chain, code by code, up to the second chain's marks.
+  for (uint32_t r = 0; oa < outputCount;) {
+    const uint64_t at = a.BitPosition();
+    while (r < kMarks && marks[r] < at) ++r;
+    if (r == kMarks) break; // never met: the first chain goes on alone
+    if (marks[r] == at) {
+      const size_t n = std::min<size_t>(nb - r, outputCount - oa);
+      std::memcpy(output + oa, scratch.get() + r, n);
+      oa += n;
+      // The second chain's reader continues after its bytes; if only some were
+      // needed, the first chain's reader stays where they start (both inside the
+      // payload, as is the end of every byte the second chain wrote).
+      if (n == nb - r) a = b;
+      break;
+    }
+    output[oa++] = DecodeOne(a, list, table);
+  }
+  in = a;
+  o = oa;
+}
+
+// Whether the narrow table reads about as many codes a lookup as the wide one
+// (less than 1.2 times as many, counted over all entries: the mean for bits that
+// follow the code's own lengths); then its first-level cache hits win.
+bool UseNarrowTable(const Leaf *list, DecodeTable &t) {
+  uint32_t k = 0;
+  while (k < t.shallow && list[k].length <= kNarrowBits) ++k;
+  t.firstLongNarrow = k;
+  uint64_t wide = 0;
+  for (uint32_t e : t.entry) wide += EntryCount(e);
+  const uint64_t narrow = FillEntries(t, kNarrowBits, t.narrow);
+  return 5 * wide < 6 * (uint64_t(1) << (kTableBits - kNarrowBits)) * narrow;
+}
+
+// The bytes of a complete code with a kBits-bit table, while whole groups fit.
+template <unsigned kBits>
+void DecodeComplete(const uint8_t *payload, size_t payloadLength, const Leaf *list,
+                    const DecodeTable &table, uint8_t *output, uint32_t outputCount, size_t limit,
+                    BitReader &in, size_t &o) {
+  if (limit == outputCount)
+    DecodeTwoChains<kBits>(payload, payloadLength, list, table, output, outputCount, in, o);
+  BitReader bits = in; // a copy whose address is not taken: it stays in registers
+  while (outputCount - o >= kGroupBytes && o + kGroupBytes + 1 <= limit)
+    DecodeGroup<kBits>(bits, list, table, output, o);
+  in = bits;
 }
 
 template <bool kChecked>
@@ -273,36 +437,19 @@ bool HuffmanDecodeInto(const uint8_t *payload, size_t payloadLength, uint8_t *ou
     return true;
   }
 
-  DecodeTable table;
+  const std::unique_ptr<DecodeTable> tables(new DecodeTable); // 96 KB: not on the stack
+  DecodeTable &table = *tables;
   table.shallow = shallow;
   BuildTable(list, table);
   const size_t limit = kChecked ? std::min<size_t>(outputCapacity, outputCount) : outputCount;
   size_t o = 0;
   uint32_t k = 0; // iterations done
   if (IsComplete(list, leaves)) {
-    // Every iteration writes a byte, so whole entries may be stored 4 bytes at a
-    // time. Four lookups per refill: at most 48 bits, or one long code.
-    constexpr uint32_t kLookups = 4;
-    BitReader bits = in; // a copy whose address is not taken: it stays in registers
-    while (outputCount - k >= kLookups * kMaxPerEntry && o + kLookups * kMaxPerEntry + 1 <= limit) {
-      bits.Refill();
-      for (uint32_t step = 0; step < kLookups; ++step) {
-        const uint32_t e = table.entry[bits.PeekSome(kTableBits)];
-        if (EntryCount(e) == 0) { // a code longer than the table
-          const uint32_t j = FindLongCode(list, table, bits.Peek(kMaxCodeLength));
-          bits.Skip(list[j].length);
-          output[o++] = uint8_t(list[j].symbol);
-          ++k;
-          break;
-        }
-        const uint32_t symbols = e >> 8;
-        std::memcpy(output + o, &symbols, 4); // little-endian: first symbol first
-        o += EntryCount(e);
-        k += EntryCount(e);
-        bits.Skip(EntryBits(e));
-      }
-    }
-    in = bits;
+    if (UseNarrowTable(list, table))
+      DecodeComplete<kNarrowBits>(payload, payloadLength, list, table, output, outputCount, limit, in, o);
+    else
+      DecodeComplete<kTableBits>(payload, payloadLength, list, table, output, outputCount, limit, in, o);
+    k = uint32_t(o);
   }
   for (; k < outputCount; ++k) {
     in.Refill();

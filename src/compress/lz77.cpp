@@ -10,15 +10,16 @@
 //
 // Two searches give that same match. The reference walks two-byte hash chains to
 // their ends and compares byte by byte: quadratic on flat or periodic frames and
-// kept for the tests. The fast search walks chains of four-byte keys (a match
-// needs four equal bytes anyway) and prunes only what provably cannot win:
+// kept for the tests. The fast search looks at positions that share the first 4 to
+// 8 bytes (a match needs four equal bytes anyway) and prunes only what provably
+// cannot win:
 //  - a candidate whose limit min(remaining, distance) is below the best length;
 //  - everything farther once the best length equals the remaining length;
 //  - candidates that fail the four bytes ending at the best length.
 // Runs and periodic stretches, where every candidate matches far and the literal
 // search compares O(n^2) bytes, are evaluated in closed form:
-//  - a run of equal bytes is one chain block: its interior positions link straight
-//    to the run's first position, and in a block only one candidate can be the best;
+//  - a run of equal bytes is one block, met at its first and last positions only,
+//    and in a block only one candidate can be the best;
 //  - in a stretch of period q the candidates at multiples of q all share one match
 //    length, so the best of them is computed once and they are then skipped.
 #include "compress/codecs.h"
@@ -142,8 +143,8 @@ private:
 // A candidate's value is min(common prefix, distance, remaining): one that shares k
 // bytes and lies at least k back is worth at least k. So the search asks, from the
 // top, for the best value in each band, and stops at the first band that has one:
-//  - 8 or more: chains of positions sharing their first 8 bytes, walked whole with
-//    the prunings and closed forms below;
+//  - 8 or more: the positions sharing their first 8 bytes (a bucket of positions
+//    sorted by that key), read whole with the prunings and closed forms below;
 //  - 6 or 7: the 6-byte chain, walked until a 7;
 //  - 5: the nearest position at least 5 back on the 5-byte chain;
 //  - 4: the nearest position 4 to 127 back with the same 4 bytes, by a scan. A
@@ -158,6 +159,7 @@ constexpr uint32_t kTopKey = 8;                           // bytes of the long-m
 constexpr uint64_t kRunKeyFactor = 0x0101010101010101ull; // a key of one repeated byte
 constexpr uint32_t kShortWindow = 127; // the farthest a match of 4 is emitted from
 constexpr uint32_t kPrefetchAhead = 16; // positions; covers the memory latency here
+constexpr uint32_t kWalkPrefetch = 4;   // bucket entries a walk loads ahead
 // Longest period handled in closed form. Periodic frames in practice are flat
 // mosaics (period 2, or twice the row length for 2x2 colour cells in rows that
 // repeat); longer periods fall back to the chain walk, which stays exact.
@@ -201,19 +203,20 @@ public:
   // the literal search keeps its links), the 6- and 8-byte chains, the heads.
   FastSearch(const uint8_t *input, uint32_t n, uint32_t *table)
       : in_(input), n_(n), chain5_(table + kHashHeads), chain6_(chain5_ + n),
-        chain8_(chain6_ + n) {
-    uint32_t *heads = chain8_ + n;
+        order_(chain6_ + n), from_(order_ + n), bucketEnds_(from_ + n) {
+    uint32_t *heads = order_; // the 2n entries of order_ and from_, free until BuildTopOrder
     const unsigned bits = Lz77HeadBits(n);
     BuildChain<5>(in_, n, chain5_, heads, bits);
     BuildChain<6>(in_, n, chain6_, heads, bits);
-    BuildTopChain(heads, bits);
+    BuildTopOrder();
     std::fill(nearHeads_, nearHeads_ + (1u << kNearHashBits), kNoPosition);
   }
 
   Best Find(uint32_t p, uint32_t remaining) {
-    PrefetchWalks(p + kPrefetchAhead);
+    PrefetchWalks(p);
     Best best;
-    if (remaining >= kTopKey) best = FindLong(p, remaining);
+    // A position without an earlier one of its 6-byte hash has none sharing 8 bytes.
+    if (remaining >= kTopKey && chain6_[p] != kNoPosition) best = FindLong(p, remaining);
     if (best.length >= kTopKey) return best;
     if (remaining >= 6) FindSix(p, remaining, best);
     if (best.length >= 6) return best;
@@ -232,16 +235,26 @@ private:
     uint32_t end;
   };
 
-  // The first candidate of each chain at position p, its bytes and its link.
+  // For the search at p + 16: the first candidate of each chain, its bytes and its
+  // link, and the first bucket entry's bytes; for the search at p + 32 the bucket
+  // entry itself (its bytes follow 16 positions later, once it is in the cache).
   void PrefetchWalks(uint32_t p) const {
-    if (p + kTopKey > n_) return;
-    for (const uint32_t *chain : {chain5_, chain6_, chain8_}) {
-      const uint32_t c = chain[p];
+    const uint32_t near = p + kPrefetchAhead, far = near + kPrefetchAhead;
+    if (far + kTopKey <= n_) {
+      const uint32_t k = from_[far];
+      if ((k & emptyFlag_) == 0 && k > 0 && chain6_[far] != kNoPosition) Prefetch(order_ + k - 1);
+    }
+    if (near + kTopKey > n_) return;
+    for (const uint32_t *chain : {chain5_, chain6_}) {
+      const uint32_t c = chain[near];
       if (c == kNoPosition) continue;
       Prefetch(in_ + c);
       Prefetch(chain + c);
     }
+    const uint32_t j = from_[near];
+    if ((j & emptyFlag_) == 0 && j > 0 && chain6_[near] != kNoPosition) Prefetch(in_ + (order_[j - 1] & ~emptyFlag_));
   }
+
 
   // Candidates of value 6 or 7 (none is worth 8 or more here).
   void FindSix(uint32_t p, uint32_t remaining, Best &best) const {
@@ -288,61 +301,104 @@ private:
     }
   }
 
-  // ---- values of 8 or more: the 8-byte chain -----------------------------------------
-  // A run of equal bytes is one chain block: its interior positions link straight to
-  // the run's first position, and in a block only one candidate can be the best. In
-  // a stretch of period q the candidates at multiples of q all share one match
-  // length, so the best of them is computed once and they are then skipped.
+  // ---- values of 8 or more: positions by their first 8 bytes ----------------------
+  // The positions are sorted by the hash of their first 8 bytes (a counting sort),
+  // in increasing order within a bucket: a walk reads its bucket backwards from the
+  // searched position, a sequential scan whose input loads do not wait on each
+  // other (a linked chain's do). A run of equal bytes is one block, entered at its
+  // first and last positions (adjacent in the bucket); in a block only one candidate
+  // can be the best. In a stretch of period q the candidates at multiples of q all
+  // share one match length, so the best of them is computed once and they are then
+  // skipped.
+  //  order_:      the bucket entries, bucket after bucket;
+  //  from_[i]:    index in order_ of i, or of the first position of i's run block
+  //               when i lies inside one; the walk from i reads the entries below it;
+  //  bucketEnds_: one past each bucket's last entry.
 
-  void BuildTopChain(uint32_t *heads, unsigned bits) {
-    uint32_t *chain = chain8_;
-    std::fill(heads, heads + (size_t(1) << bits), kNoPosition);
-    uint32_t runFirst = 0;
-    for (uint32_t i = 0; i + kTopKey <= n_; ++i) {
-      if (i + kPrefetchAhead + kTopKey <= n_)
-        Prefetch(heads + HashKey(Load64(in_ + i + kPrefetchAhead), bits));
-      const uint64_t key = Load64(in_ + i);
-      const uint32_t h = HashKey(key, bits);
-      if (IsRunKey(key)) {
-        if (i == 0 || in_[i - 1] != in_[i]) runFirst = i;
-        if (i != runFirst) {
-          chain[i] = runFirst; // interior of a run block: straight to its first position
-          heads[h] = i;
-          continue;
-        }
+  uint32_t BucketOf(uint64_t key) const { return HashKey(key, bucketBits_); }
+
+  // Whether position i (i + 8 <= n) is a bucket entry: all but the inner positions
+  // of run blocks (the last one stays, to be met from later positions).
+  bool IsEntry(uint32_t i) const {
+    if (!IsBlockInterior(i)) return true;
+    return i + kTopKey + 1 > n_ || in_[i + kTopKey] != in_[i];
+  }
+
+  void BuildTopOrder() {
+    while ((uint64_t(2) << bucketBits_) <= n_) ++bucketBits_;
+    emptyFlag_ = n_ < 0x80000000u ? 0x80000000u : 0; // indices below 2^31 leave the top bit
+    const uint32_t buckets = 1u << bucketBits_;
+    std::fill(bucketEnds_, bucketEnds_ + buckets, 0u);
+    if (n_ < kTopKey) return;
+    const uint32_t last = n_ - kTopKey; // last position with a key
+    for (uint32_t i = 0; i <= last; ++i) {
+      if (i + kPrefetchAhead <= last) Prefetch(bucketEnds_ + BucketOf(Load64(in_ + i + kPrefetchAhead)));
+      if (IsEntry(i)) ++bucketEnds_[BucketOf(Load64(in_ + i))];
+    }
+    // Bucket starts, advanced to the ends as entries are placed; the flag marks a
+    // bucket that has none placed yet.
+    uint32_t sum = 0;
+    for (uint32_t b = 0; b < buckets; ++b) {
+      const uint32_t count = bucketEnds_[b];
+      bucketEnds_[b] = sum | emptyFlag_;
+      sum += count;
+    }
+    uint32_t blockFirst = 0; // from_ of the current run block's first position
+    for (uint32_t i = 0; i <= last; ++i) {
+      if (i + kPrefetchAhead <= last) Prefetch(bucketEnds_ + BucketOf(Load64(in_ + i + kPrefetchAhead)));
+      const bool inner = IsBlockInterior(i);
+      if (inner && !IsEntry(i)) {
+        from_[i] = blockFirst;
+        continue;
       }
-      chain[i] = heads[h];
-      heads[h] = i;
+      uint32_t &end = bucketEnds_[BucketOf(Load64(in_ + i))];
+      const uint32_t entry = end; // index, flagged when it is the bucket's first
+      const uint32_t k = entry & ~emptyFlag_;
+      end = k + 1;
+      order_[k] = i | (entry & emptyFlag_);
+      from_[i] = inner ? blockFirst : entry;
+      if (!inner) blockFirst = entry;
     }
   }
 
   Best FindLong(uint32_t p, uint32_t remaining) {
-    const uint32_t *chain = chain8_;
     Best best;
     const uint64_t key = Load64(in_ + p);
-    uint32_t c = chain[p];
+    const uint32_t bucket = BucketOf(key);
+    const uint32_t from = from_[p];
+    uint32_t k = from & ~emptyFlag_; // the entries of p's bucket below k precede p
     uint32_t runLength = 0;
     if (IsRunKey(key)) {
       runLength = RunFrom(p);
       if (IsBlockInterior(p)) {
         // Earlier positions of this run: distance d matches min(d, run) bytes.
-        const uint32_t first = chain[p];
+        const uint32_t first = order_[k] & ~emptyFlag_;
         const uint32_t distance = std::min(runLength, p - first);
         if (distance >= kMinMatch) best.Offer(distance, distance);
-        c = chain[first];
       }
     }
+    if ((from & emptyFlag_) != 0) k = 0; // none do
     Period period{};
     bool periodic = false;
-    for (; c != kNoPosition; c = chain[c]) {
+    bool bucketDone = false; // the bucket's first entry has been read
+    while (k > 0 && !bucketDone) {
+      const uint32_t entry = order_[--k];
+      const uint32_t c = entry & ~emptyFlag_;
+      bucketDone = (entry & emptyFlag_) != 0;
+      if (!bucketDone && k >= kWalkPrefetch) Prefetch(in_ + (order_[k - kWalkPrefetch] & ~emptyFlag_));
       const uint32_t d = p - c;
       if (best.length >= remaining && d >= best.distance) break; // nothing can win any more
       const uint64_t candidateKey = Load64(in_ + c);
+      if (BucketOf(candidateKey) != bucket) break; // past the bucket's first entry
       if (IsRunKey(candidateKey)) {
-        // We enter a block at its last position; it spans [first, c + 8) of the input.
-        const uint32_t first = IsBlockInterior(c) ? chain[c] : c;
+        // A block spans [first, c + 8) of the input; its first position precedes c.
+        uint32_t first = c;
+        if (IsBlockInterior(c)) {
+          const uint32_t firstEntry = order_[--k];
+          first = firstEntry & ~emptyFlag_;
+          bucketDone = (firstEntry & emptyFlag_) != 0;
+        }
         if (candidateKey == key) OfferRun(p, remaining, first, c + kTopKey, runLength, best);
-        c = first;
         continue;
       }
       if (candidateKey != key) continue; // a hash collision
@@ -424,7 +480,10 @@ private:
 
   const uint8_t *in_;
   uint32_t n_;
-  uint32_t *chain5_, *chain6_, *chain8_;
+  uint32_t *chain5_, *chain6_;
+  uint32_t *order_, *from_, *bucketEnds_; // values of 8 or more
+  unsigned bucketBits_ = 0;
+  uint32_t emptyFlag_ = 0; // on from_: no earlier entry in the bucket
   // Positions of the last kNearLinks bytes by their 4-byte key (FindFour).
   static constexpr unsigned kNearHashBits = 12;
   static constexpr uint32_t kNearLinks = 128; // > kShortWindow: a link outlives the window

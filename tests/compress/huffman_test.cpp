@@ -134,18 +134,24 @@ TEST(Huffman, DecodesCodesOfOneTo32Bits) {
   std::string tree;
   for (int d = 1; d <= 31; ++d) tree += "0 1 1 " + Bits8(d) + "1 ";
   tree += "0 1 1 " + Bits8(32) + "1 1 " + Bits8(33);
-  std::string data;
-  Bytes expected;
-  for (int d : {1, 32, 7, 33, 31, 2, 12, 13, 14, 1, 1, 33}) {
-    const int ones = d == 33 ? 32 : d - 1;
-    data += std::string(size_t(ones), '1') + (d == 33 ? "" : "0") + " ";
-    expected.push_back(uint8_t(d));
-  }
-  const Bytes payload = PackBits(tree + " " + data, 0);
-  for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
-    Bytes out(expected.size(), kSentinel);
-    decode(payload.data(), out.data(), uint32_t(payload.size()), uint32_t(out.size()));
-    EXPECT_EQ(out, expected);
+  // Once, and repeated so that long codes follow three table lookups of 12 bits
+  // and the stream is long enough for two decoding chains.
+  for (int repeats : {1, 3000}) {
+    std::string data;
+    Bytes expected;
+    for (int r = 0; r < repeats; ++r) {
+      for (int d : {1, 32, 7, 33, 31, 2, 12, 13, 14, 1, 1, 33, 12, 12, 12, 29, 30}) {
+        const int ones = d == 33 ? 32 : d - 1;
+        data += std::string(size_t(ones), '1') + (d == 33 ? "" : "0") + " ";
+        expected.push_back(uint8_t(d));
+      }
+    }
+    const Bytes payload = PackBits(tree + " " + data, 0);
+    for (auto decode : {detail::HuffmanDecode, detail::HuffmanDecodeReference}) {
+      Bytes out(expected.size(), kSentinel);
+      decode(payload.data(), out.data(), uint32_t(payload.size()), uint32_t(out.size()));
+      EXPECT_EQ(out, expected) << repeats;
+    }
   }
 }
 
@@ -193,6 +199,16 @@ TEST(Huffman, TableDecoderMatchesTheLinearSearch) {
   for (auto &b : skewed) b = uint8_t(__builtin_ctz(rng() | 0x80000u) * 13); // geometric counts
   payloads.push_back(Payload(HuffmanStream(skewed, 0)));
   payloads.push_back(Payload(HuffmanStream(Mosaic(64, 64, 12, 40.0, 3), 0)));
+  // Long streams decode in two chains that meet where their code boundaries do.
+  // Every value equally often: 8-bit codes, whose boundaries meet only when the
+  // second chain starts a whole number of bytes after the first code; and a
+  // mosaic decoded to twice its length, far past the payload's end.
+  for (uint32_t n : {40000u, 40001u, 40002u, 40003u}) {
+    Bytes uniform(n);
+    for (uint32_t i = 0; i < n; ++i) uniform[i] = uint8_t(i * 167);
+    payloads.push_back(Payload(HuffmanStream(uniform, 0)));
+  }
+  payloads.push_back(Payload(HuffmanStream(Mosaic(256, 80, 8, 3.0, 4), 0)));
   for (int k = 0; k < 300; ++k) payloads.push_back(RandomBytes(1 + rng() % 600, 1000 + k));
   for (const Bytes &payload : payloads) {
     const uint32_t count = payload.size() > 1000 ? 40000 : 700;
@@ -200,6 +216,49 @@ TEST(Huffman, TableDecoderMatchesTheLinearSearch) {
     detail::HuffmanDecode(payload.data(), fast.data(), uint32_t(payload.size()), count);
     detail::HuffmanDecodeReference(payload.data(), plain.data(), uint32_t(payload.size()), count);
     ASSERT_EQ(fast, plain);
+  }
+}
+
+
+TEST(Huffman, CheckedDecoderOnLongStreamsRefusesExactlyTheBitsRunningOut) {
+  // Long enough to decode in two chains. A cut stream runs out of bits; a corrupted
+  // one may or may not: it must be refused where the output depends on bits past
+  // the payload (they differ as zeros and as ones) and, where accepted, give what
+  // the linear search gives.
+  const Bytes input = Mosaic(200, 100, 8, 3.0, 6);
+  const Bytes stream = HuffmanStream(input, 0);
+  const auto checked = [&](const Bytes &payload, size_t capacity, Bytes &out) {
+    out.assign(capacity, kSentinel);
+    return detail::HuffmanDecodeChecked(payload.data(), payload.size(), out.data(), capacity,
+                                        uint32_t(input.size()));
+  };
+  Bytes out;
+  const Bytes payload = Payload(stream);
+  ASSERT_TRUE(checked(payload, input.size(), out));
+  EXPECT_EQ(out, input);
+  EXPECT_FALSE(checked(payload, input.size() - 1, out));
+  for (size_t cut = 1; cut < payload.size(); cut += cut + 100 < payload.size() ? 211 : 1)
+    ASSERT_FALSE(checked(Bytes(payload.begin(), payload.begin() + long(cut)), input.size(), out)) << cut;
+  std::mt19937 rng(8);
+  for (int trial = 0; trial < 60; ++trial) {
+    Bytes damaged = payload;
+    // Flips in the tree (first 200 bytes) or the codes; near the end half the time.
+    const size_t span = trial % 2 ? 200 : damaged.size();
+    damaged[damaged.size() - 1 - rng() % span] ^= uint8_t(1u << (rng() % 8));
+    if (trial % 3 == 0) damaged[rng() % 200] ^= uint8_t(1u << (rng() % 8));
+    Bytes zeros(input.size(), kSentinel), ones(input.size(), kSentinel);
+    Bytes padded = damaged;
+    padded.resize(damaged.size() + 64, 0x00);
+    detail::HuffmanDecodeReference(padded.data(), zeros.data(), uint32_t(padded.size()), uint32_t(zeros.size()));
+    std::fill(padded.begin() + long(damaged.size()), padded.end(), uint8_t(0xFF));
+    detail::HuffmanDecodeReference(padded.data(), ones.data(), uint32_t(padded.size()), uint32_t(ones.size()));
+    const bool accepted = checked(damaged, input.size(), out);
+    if (zeros != ones) {
+      ASSERT_FALSE(accepted) << trial;
+    }
+    if (accepted) {
+      ASSERT_EQ(out, zeros) << trial;
+    }
   }
 }
 

@@ -52,20 +52,18 @@ void CorrectRows(const DirectionalJob &job, int from, int to) {
 void DirectionalRows(const DirectionalJob &job, int rowBegin, int rowEnd) {
   const DirectionalTileFn tile = PickTile();
   std::vector<float> scratch(DirectionalScratchFloats());
-  for (int y = rowBegin; y < rowEnd; y += kDirectionalTileRows) {
-    const int y1 = y + kDirectionalTileRows < rowEnd ? y + kDirectionalTileRows : rowEnd;
-    for (int x = 0; x < job.width; x += kDirectionalTileColumns) {
-      const int x1 = x + kDirectionalTileColumns < job.width ? x + kDirectionalTileColumns : job.width;
-      tile(job, y, y1, x, x1, scratch.data());
-    }
-    if (job.matrix == nullptr) continue;
-    // As the converter corrects after its per-site passes (the 32-bit pixels'
-    // fourth byte is already 0).
-    switch (job.record) {
-      case DirectionalRecord::kBgr24: CorrectRows<tagRGBTRIPLE>(job, y, y1); break;
-      case DirectionalRecord::kBgrx32: CorrectRows<CBayerConverter::BGRxTRIPLE>(job, y, y1); break;
-      case DirectionalRecord::kBgr48: CorrectRows<CBayerConverter::RGBTRIPLE16>(job, y, y1); break;
-    }
+  // Strips of columns down the whole band: no row is computed twice.
+  for (int x = 0; x < job.width; x += kDirectionalTileColumns) {
+    const int x1 = x + kDirectionalTileColumns < job.width ? x + kDirectionalTileColumns : job.width;
+    tile(job, rowBegin, rowEnd, x, x1, scratch.data());
+  }
+  if (job.matrix == nullptr) return;
+  // As the converter corrects after its per-site passes (the 32-bit pixels'
+  // fourth byte is already 0).
+  switch (job.record) {
+    case DirectionalRecord::kBgr24: CorrectRows<tagRGBTRIPLE>(job, rowBegin, rowEnd); break;
+    case DirectionalRecord::kBgrx32: CorrectRows<CBayerConverter::BGRxTRIPLE>(job, rowBegin, rowEnd); break;
+    case DirectionalRecord::kBgr48: CorrectRows<CBayerConverter::RGBTRIPLE16>(job, rowBegin, rowEnd); break;
   }
 }
 

@@ -47,9 +47,9 @@ struct DirectionalJob {
 // vector path ActivePath() allows (chosen once per call).
 void DirectionalRows(const DirectionalJob &job, int rowBegin, int rowEnd);
 
-// Tile entries, one per instruction set: output rows [y0, y1) and columns
-// [x0, x1), all even, into `scratch` of DirectionalScratchFloats() floats.
-constexpr int kDirectionalTileRows = 64;
+// Strip entries, one per instruction set: output rows [y0, y1) and columns
+// [x0, x1) (at most kDirectionalTileColumns), all even, into `scratch` of
+// DirectionalScratchFloats() floats; the rows are walked top to bottom.
 constexpr int kDirectionalTileColumns = 256;
 std::size_t DirectionalScratchFloats();
 using DirectionalTileFn = void (*)(const DirectionalJob &, int y0, int y1, int x0, int x1,
