@@ -4,9 +4,9 @@
     bench/python/binding_overhead.py BUILD_DIR [--frames 16] [--skip-dask]
 
 BUILD_DIR is a CMake build with -DTAVRIX_BUILD_PYTHON=ON -DTAVRIX_BUILD_TESTS=ON.
-Part 1 times tavrix.demosaic (into a preallocated array) against the same call
+First it times tavrix.demosaic (into a preallocated array) against the same call
 from C++ (tests/python/interface_dump with TAVRIX_REPEAT), interleaved, medians,
-on a 4096 x 3072 12-bit mosaic. Part 2 runs examples/python/dask_frames.py over
+on a 4096 x 3072 12-bit mosaic. Then it runs examples/python/dask_frames.py over
 --frames frames of that size with one worker and with two, interleaved.
 """
 
